@@ -1,0 +1,9 @@
+#include "support/paths.h"
+
+namespace test {
+
+std::string mediaDir() { return SHROUD_MEDIA_DIR; }
+std::string binDir() { return SHROUD_BIN_DIR; }
+std::string sourceDir() { return SHROUD_SOURCE_DIR; }
+
+} // namespace test
