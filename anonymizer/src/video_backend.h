@@ -12,6 +12,9 @@
 /// the position before the first frame.
 namespace video {
 
+/// Matrix coefficients code of a stream that does not state its matrix.
+constexpr int32_t kColorMatrixUnspecified = 2;
+
 /// Description of an opened video stream.
 struct VideoInfo {
     /// Whole seconds, truncated; 0 when the container does not state it.
@@ -33,6 +36,9 @@ struct VideoInfo {
     wxString path;
     bool isH264 = false;
     bool seeksToPts = false;
+    /// How the stream's YUV numbers stand for colours: matrix coefficients code of ITU-T H.273, 1 for BT.709,
+    /// 5 and 6 for BT.601, 2 when the stream does not say.
+    int32_t colorMatrix = kColorMatrixUnspecified;
 };
 
 /// Report of a running `Decoder::scan`.
@@ -118,6 +124,9 @@ struct EncoderSettings {
     wxString path;
     /// `kCodecH264`; any other value selects MPEG-4 Part 2.
     int32_t codec = kCodecH264;
+    /// `VideoInfo::colorMatrix` of the source: RGBA is turned into YUV by the matrix it was made with, so
+    /// that the planes come out as they went in. Unspecified means BT.601.
+    int32_t colorMatrix = kColorMatrixUnspecified;
 };
 
 } // namespace video

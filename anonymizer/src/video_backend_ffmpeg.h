@@ -1,0 +1,119 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+#include <wx/string.h>
+
+#include "ffmpeg_handles.h"
+#include "video_backend.h"
+
+/// A finished picture that owns its pixels.
+class Frame_ffmpeg : public video::Frame {
+public:
+    /// `image` should own its pixels, by malloc; they are freed with the frame. `frameIndex` from 1.
+    Frame_ffmpeg(pxl::Image image, int64_t frameIndex);
+
+    const pxl::Image* image() const override;
+    int64_t frameIndex() const override;
+
+private:
+    pxl::Image image_;
+    int64_t frameIndex_;
+};
+
+/// What a companion program tells about a stream beyond `video::VideoInfo`.
+struct StreamTraits {
+    /// Short name of the codec, such as "h264"; empty when no file is open.
+    wxString codec;
+    /// True when the scan found frames that are not evenly spaced in time. False before the scan.
+    bool variableRate = false;
+};
+
+/// Decoder by FFmpeg, on one thread (threads would swallow further frames at the end of the file). Exact:
+/// after `scan`, `seek(n)` and `next` deliver the very picture that is the n-th one when played from the
+/// start. The frames that a codec still holds back when the file ends (mostly two, with B-frames) are
+/// delivered by nobody: not by playback, not by the scan, so they don't count either.
+///
+/// A packet that can't be decoded yields no frame and is no error. A stream that changes its picture size on
+/// the way is delivered in the size of its header: `convert` scales every frame from the size and pixel
+/// format it really has to the target's.
+///
+/// Colours: `convert` reads the planes with the matrix the stream states (BT.601 when it states none) and the
+/// range each frame states. An encoder that uses `VideoInfo::colorMatrix` for the way back gets the
+/// planes as they were, limited range; a full-range source keeps its colours and becomes limited range.
+/// Rotation tags are not applied.
+class Decoder_ffmpeg : public video::Decoder {
+public:
+    Decoder_ffmpeg();
+    ~Decoder_ffmpeg() override;
+    Decoder_ffmpeg(const Decoder_ffmpeg&) = delete;
+    Decoder_ffmpeg& operator=(const Decoder_ffmpeg&) = delete;
+
+    /// Failures of the library are logged at error level as "[DecoderFFMPEG] %s" and kept for `lastError`. A
+    /// file without a video stream, with a codec nobody decodes or without a picture size fails with an empty
+    /// `lastError` and no log line. An open decoder is closed first.
+    bool open(const wxString& path) override;
+    void close() override;
+    /// A scan ended early, by `video::Progress::stop` or the interrupt flag, leaves an index of the frames
+    /// read so far, and `frameCount` counts those.
+    void scan(video::Progress& progress) override;
+    bool convert(pxl::Image& target) override;
+    int64_t frameIndex() const override;
+    void reset() override;
+    bool seek(int frame) override;
+    bool next() override;
+    video::VideoInfo& info(video::VideoInfo& out) override;
+    wxString lastError() const override;
+
+    StreamTraits traits() const;
+
+    /// While `*flag` is true a running `open` or `scan` ends at the next read, and `next` returns false. May
+    /// be set by any thread. Not owned; stays valid until the decoder is gone or another flag, or null, is
+    /// given.
+    void setInterrupt(const std::atomic<bool>* flag);
+
+private:
+    struct FrameDetails {
+        int64_t packetDts = 0;
+        int64_t packetPts = 0;
+        int64_t framePts = 0;
+        int64_t framePacketDts = 0;
+        bool keyFrame = false;
+    };
+
+    static int interrupted(void* decoder);
+    bool openFile(const wxString& path);
+    bool openCodec();
+    bool fail(int code);
+    bool decodeNext(FrameDetails* details);
+    bool deliver(const FrameDetails& details, FrameDetails* out);
+
+    /// Decode timestamp of the frame a pending seek must reach; any value is a valid one.
+    int64_t seekTargetDts_ = -1;
+    int64_t seekTargetFrame_ = -1;
+    bool seekPending_ = false;
+    ffmpeg::Input format_;
+    /// Filled like the working one and never opened.
+    ffmpeg::CodecContext unusedCodecContext_;
+    ffmpeg::CodecContext codecContext_;
+    ffmpeg::FrameHandle frame_;
+    ffmpeg::PacketHandle packet_;
+    std::vector<int> videoStreams_;
+    std::vector<int> audioStreams_;
+    int streamIndex_ = -1;
+    int64_t currentFrame_ = 0;
+    /// Frame number to the decode timestamp of its packet; entry 0 stands for the start of the file.
+    std::unordered_map<int64_t, int64_t> frameDts_;
+    /// True once a scan has filled the index; until then it may hold entries that seeks have added.
+    bool scanned_ = false;
+    bool variableRate_ = false;
+    /// Rows padded for the scaler, which writes whole blocks of pixels.
+    std::vector<uint8_t> paddedRows_;
+    const std::atomic<bool>* interrupt_ = nullptr;
+    wxString path_;
+    wxString error_;
+};
