@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+namespace pxl {
+
+/// What the driver allows, as it reported at start-up.
+struct GraphicsLimits {
+    int32_t maxColorAttachments = 0;
+    int32_t maxElementsIndices = 0;
+    int32_t maxElementsVertices = 0;
+    int32_t maxRenderbufferSize = 0;
+    int32_t maxSamples = 0;
+    int32_t maxTextureImageUnits = 0;
+    int32_t maxTextureSize = 0;
+    int32_t majorVersion = 0;
+    int32_t minorVersion = 0;
+};
+
+/// Call once when the canvas first made its context current, before any other graphics call.
+/// `setSwapInterval` is the window system's way to wait for the display's refresh; it is called with 1 and
+/// may be empty or fail without consequence. False (logged) when the context is older than OpenGL 3.3:
+/// nothing can be drawn then.
+bool startGraphics(const std::function<bool(int)>& setSwapInterval = {});
+
+/// Frees what the layer shares between draws. Call with the context current, before the context is
+/// destroyed, after the canvas's own objects are gone.
+void stopGraphics();
+
+/// All 0 before startGraphics.
+const GraphicsLimits& graphicsLimits();
+
+} // namespace pxl
