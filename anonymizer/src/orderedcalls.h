@@ -1,0 +1,15 @@
+#pragma once
+
+#include <deque>
+#include <functional>
+
+/// Runs calls one after the other even when one of them makes the event loop deliver the next: a call that
+/// arrives inside another waits until that one is done. One thread only.
+class OrderedCalls {
+public:
+    void run(std::function<void()> call);
+
+private:
+    std::deque<std::function<void()>> waiting_;
+    bool running_ = false;
+};
