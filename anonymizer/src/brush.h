@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+
+#include "viewmapping.h"
+
+/// The square the user paints with, in pixels of the video.
+namespace brush {
+
+/// Brush size after one wheel event: 16 more for a positive rotation, 16 less for a negative one, whatever
+/// its magnitude. The upper bound, 16 less than the frame's shorter side, is tested before the lower bound of
+/// 16 and wins over it (a 20 × 20 frame gives 4; a frame of 16 pixels or less leaves no brush at all).
+int32_t sizeAfterWheel(int32_t size, int rotation, view::Size frame);
+
+/// The rectangle that a dab at `centre` (a video pixel) adds: a square of side `size` around it, moved into
+/// the frame where it reaches beyond and cut to the frame where it is larger. Empty when `size` or the frame
+/// is below one pixel.
+view::Rect square(view::Point centre, int32_t size, view::Size frame);
+
+/// Video pixel that `square` is centred on, so that squaring it again gives the same rectangle.
+view::Point centreOf(const view::Rect& square);
+
+} // namespace brush
