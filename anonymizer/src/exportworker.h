@@ -11,14 +11,23 @@
 #include "safeprogress.h"
 #include "video_backend.h"
 
+class Encoder_ffmpeg;
+
 enum class ExportResult { Success, Cancelled, Failed };
 
-/// Called once, on the worker's thread, as the worker's last act. `text` says why when it failed, in words
-/// for the user; empty otherwise. A cancelled export leaves a properly closed, shorter file.
+/// Called once, on the worker's thread, after everything else the export does: the file is closed and the
+/// progress finished. `text` says why when it failed, in words for the user; empty otherwise. A cancelled
+/// export leaves a properly closed, shorter file. A failed one leaves none: the worker removes the
+/// unreadable rest of what it wrote, and never touches the source.
 using ExportDone = std::function<void(ExportResult result, const wxString& text)>;
 
-/// Writes the anonymised copy of a video on a thread of its own. Detached: it deletes itself when done.
-/// Stopped by `wxThread::Delete`, noticed at every frame. The processor must not be used elsewhere meanwhile.
+/// Writes the anonymised copy of a video on a thread of its own. Detached: it deletes itself when done. The
+/// processor must not be used elsewhere meanwhile.
+///
+/// Stopped by `wxThread::Delete`, noticed at every frame. The worker is there for certain only until its
+/// completion callback returns: whoever wants to stop it takes a lock that the callback takes too, and calls
+/// `Delete` while the callback has not run. At program exit a worker that still runs is cut off, so wait for
+/// the callback first.
 class ExportWorker : public wxThread {
 public:
     /// `threshold` in percent. `progress` is not owned and outlives the worker.
@@ -26,19 +35,32 @@ public:
                  ISafeProgress* progress, std::shared_ptr<IImageProcessor> processor);
     ~ExportWorker() override;
 
-    /// Set before `Run`.
+    /// Set before `Run`. Not called when the thread never ran.
     void setDone(ExportDone done);
 
 protected:
     ExitCode Entry() override;
+    void OnExit() override;
 
 private:
+    struct Outcome {
+        ExportResult result = ExportResult::Success;
+        wxString text;
+    };
+
+    Outcome exportVideo();
+    std::shared_ptr<Encoder_ffmpeg> makeEncoder(video::EncoderSettings settings);
+    Outcome exportFrames(std::shared_ptr<video::Decoder>& decoder, Encoder_ffmpeg& encoder);
+
     video::VideoInfo source_;
     wxString outputPath_;
     ISafeProgress* progress_;
     std::shared_ptr<IImageProcessor> processor_;
     int32_t threshold_;
     ExportDone done_;
+    Outcome outcome_;
+    /// An encoder has opened the output file, which emptied it.
+    bool touchedOutput_ = false;
 };
 
 /// Makes a worker for `mode` (a switches::EditingMode) with the confidence threshold in force now. The caller

@@ -1,0 +1,99 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+
+#include <wx/string.h>
+
+#include "ffmpeg_handles.h"
+#include "video_backend.h"
+
+struct AVBufferPool;
+struct AVCodec;
+struct AVStream;
+
+namespace ffmpeg {
+
+struct BufferPoolDeleter {
+    void operator()(AVBufferPool* pool) const noexcept;
+};
+using BufferPool = std::unique_ptr<AVBufferPool, BufferPoolDeleter>;
+
+/// Units in which an encoder counts time: `num` / `den` seconds each.
+struct TimeBase {
+    int num = 1;
+    int den = 1;
+};
+
+/// The time base for `fps` frames per second: the inverse of the nearest fraction with numerator and
+/// denominator up to 100, 1/25 for 25 and 1/30 for 29.97. Where that fraction is no whole number, or below
+/// `fps` so that frames would share a time stamp, a multiple of its numerator: 1/600 for 120.
+/// `fps` lies within the library's reach: positive, at most 65535.
+TimeBase timeBaseFor(double fps);
+
+/// Time stamp of the `index`-th frame, from 0, in units of `base`: truncated, never rounded up.
+int64_t timestampOf(int64_t index, TimeBase base, double fps);
+
+} // namespace ffmpeg
+
+/// Encoder by FFmpeg. The file gets one video stream, no audio, and no metadata but the comment tag with the
+/// product's name and what the muxer adds itself.
+///
+/// Construction goes step by step; the first step that fails logs its line at error level and leaves the
+/// encoder closed for good: `encode` and `finish` then only log. Nothing throws but std::bad_alloc.
+class Encoder_ffmpeg : public video::Encoder {
+public:
+    explicit Encoder_ffmpeg(const video::EncoderSettings& settings);
+    /// Without `finish` before, a file is left that nobody can read.
+    ~Encoder_ffmpeg() override;
+    Encoder_ffmpeg(const Encoder_ffmpeg&) = delete;
+    Encoder_ffmpeg& operator=(const Encoder_ffmpeg&) = delete;
+
+    bool isOpen() const override;
+    /// The frame is not kept. A failure does not end the encoding; see `failed`.
+    void encode(std::shared_ptr<video::Frame> frame) override;
+    /// Once; the encoder is closed then.
+    void finish() override;
+
+    /// True once construction has opened the output file, which empties a file that was there.
+    bool touchedFile() const { return touchedFile_; }
+    /// True once a frame could not be converted, encoded or written: the file is not what it should be. The
+    /// first failure is logged, later ones are not.
+    bool failed() const { return !failureText_.empty(); }
+    /// The library's words for the first failure, or for the failed construction; empty when all went well.
+    wxString failureText() const { return failureText_; }
+    /// Pictures that have been handed to the codec.
+    int64_t encodedFrames() const { return encodedFrames_; }
+
+private:
+    bool construct();
+    bool stop(const char* line, int code = 0);
+    void configure(const AVCodec* codec);
+    bool writeHeader();
+    bool convert(const pxl::Image& image);
+    void drain();
+    void write();
+    void note(int code);
+
+    bool open_ = false;
+    bool touchedFile_ = false;
+    video::EncoderSettings settings_;
+    ffmpeg::TimeBase timeBase_;
+    ffmpeg::CodecContext codecContext_;
+    ffmpeg::FrameHandle spareFrame_;
+    ffmpeg::FrameHandle sourceFrame_;
+    ffmpeg::FrameHandle yuvFrame_;
+    ffmpeg::PacketHandle packet_;
+    ffmpeg::Output format_;
+    AVStream* stream_ = nullptr;
+    /// The planes: a buffer that the codec still holds is never written again, a returned one is reused.
+    ffmpeg::BufferPool yuvBuffers_;
+    int64_t frameCount_ = 0;
+    int64_t encodedFrames_ = 0;
+    /// Time stamp of the last frame; the next one's is higher.
+    int64_t lastPts_ = -1;
+    /// Durations of the frames inside the codec, by time stamp.
+    std::map<int64_t, int64_t> durations_;
+    wxString failureText_;
+};
