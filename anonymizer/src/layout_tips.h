@@ -1,0 +1,45 @@
+#pragma once
+
+#include <optional>
+
+#include <wx/event.h>
+#include <wx/timer.h>
+
+#include "layout.h"
+
+class wxTipWindow;
+
+namespace ui2 {
+
+/// Opens the tool tip of the element that the mouse rests on, in a native tip window, and closes it again.
+/// One object for all lists of a canvas. User-interface thread, never with a lock held.
+class Tips : public wxEvtHandler {
+public:
+    /// How long the mouse rests before a tip opens.
+    static constexpr int kDelayMilliseconds = 600;
+    /// Tips wrap at this width, in logical pixels.
+    static constexpr int kMaxWidth = 150;
+
+    /// `canvas` is the window of the lists; outlives this object.
+    explicit Tips(wxWindow* canvas);
+    ~Tips() override;
+
+    /// After every mouse event: the tip asked for now, if any. Another one closes the open window and starts
+    /// the delay anew; so does a motion before the window has opened.
+    void update(const std::optional<Tip>& wanted);
+    /// Closes the window and stops the delay: on a press, when the canvas hides or dies.
+    void close();
+    bool isOpen() const { return window_ != nullptr; }
+
+private:
+    void onTimer(wxTimerEvent& event);
+    void onDestroy(wxWindowDestroyEvent& event);
+
+    wxWindow* canvas_;
+    wxTimer timer_;
+    std::optional<Tip> wanted_;
+    /// Destroys itself, also when the system closes it.
+    wxTipWindow* window_ = nullptr;
+};
+
+} // namespace ui2
