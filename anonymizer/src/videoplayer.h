@@ -89,9 +89,12 @@ public:
     /// Description of the video with the exact frame count; zeros and an empty path before pre-processing has
     /// ended. Any thread.
     video::VideoInfo info() const;
+    /// The frames are not evenly spaced in time, so that playing at a steady rate is only about right. False
+    /// before pre-processing has ended. Any thread.
+    bool hasVariableRate() const;
 
 private:
-    bool start(std::shared_ptr<video::Decoder> decoder, wxString& error);
-
     std::unique_ptr<VideoPlayerThread> thread_;
+    /// The thread was run once and has to be joined.
+    bool started_ = false;
 };

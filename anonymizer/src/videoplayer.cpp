@@ -1,0 +1,113 @@
+#include "videoplayer.h"
+
+#include <algorithm>
+#include <thread>
+#include <utility>
+
+#include <wx/intl.h>
+#include <wx/log.h>
+
+#include "video_backend_ffmpeg.h"
+#include "videoplayerthread.h"
+
+namespace {
+
+VideoPlayer::Pacing realTime() {
+    return {[] { return std::chrono::steady_clock::now(); },
+            [](int64_t milliseconds) { wxThread::Sleep(static_cast<unsigned long>(milliseconds)); }};
+}
+
+} // namespace
+
+VideoPlayer::VideoPlayer(ISafeProgress* progress) : VideoPlayer(progress, realTime()) {}
+
+VideoPlayer::VideoPlayer(ISafeProgress* progress, Pacing pacing)
+    : thread_(std::make_unique<VideoPlayerThread>(progress, std::move(pacing))) {}
+
+VideoPlayer::~VideoPlayer() {
+    thread_->exitRequested.exchange(true);
+    if (started_) {
+        thread_->wake();
+        thread_->Wait();
+    }
+}
+
+bool VideoPlayer::open(const wxString& path, wxString& error) {
+    if (started_)
+        return false;
+    auto decoder = std::make_shared<Decoder_ffmpeg>();
+    decoder->setInterrupt(&thread_->exitRequested);
+    if (!decoder->open(path)) {
+        error = decoder->lastError();
+        return false;
+    }
+    thread_->setVariableRateQuery([raw = decoder.get()] { return raw->traits().variableRate; });
+    return open(std::move(decoder), error);
+}
+
+bool VideoPlayer::open(std::shared_ptr<video::Decoder> decoder, wxString& error) {
+    if (started_)
+        return false;
+    thread_->setDecoder(std::move(decoder));
+    thread_->preprocessing = true;
+    if (thread_->Run() == wxTHREAD_NO_ERROR) {
+        started_ = true;
+        return true;
+    }
+    thread_->preprocessing = false;
+    thread_->setVariableRateQuery({});
+    thread_->setDecoder(nullptr);
+    error = _("The playback thread could not be started.");
+    return false;
+}
+
+void VideoPlayer::play(int fps) {
+    fps = std::max(fps, 1);
+    wxLogMessage("[VideoPlayer] play %dfps", fps);
+    thread_->post(playercommand::make(playercommand::kPlay, fps));
+}
+
+void VideoPlayer::stop() {
+    wxLogMessage("[VideoPlayer] stop");
+    thread_->post(playercommand::make(playercommand::kStop));
+    if (wxThread::This() == thread_.get())
+        return;
+    while (thread_->IsAlive() && thread_->playing)
+        std::this_thread::yield();
+}
+
+void VideoPlayer::seek(int frame) {
+    thread_->post(playercommand::make(playercommand::kSeek, frame));
+}
+
+void VideoPlayer::setOnFrame(OnFrame callback) {
+    thread_->onFrame.set(std::move(callback));
+}
+
+void VideoPlayer::setOnState(OnState callback) {
+    thread_->onState.set(std::move(callback));
+}
+
+void VideoPlayer::setOnReady(OnReady callback) {
+    thread_->onReady.set(std::move(callback));
+}
+
+bool VideoPlayer::isRunning() const {
+    return thread_->IsAlive();
+}
+
+bool VideoPlayer::isPlaying() const {
+    return thread_->playing;
+}
+
+bool VideoPlayer::isPreprocessing() const {
+    return thread_->preprocessing;
+}
+
+video::VideoInfo VideoPlayer::info() const {
+    return thread_->info();
+}
+
+bool VideoPlayer::hasVariableRate() const {
+    return thread_->hasVariableRate();
+}

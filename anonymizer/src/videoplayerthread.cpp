@@ -1,0 +1,221 @@
+#include "videoplayerthread.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <utility>
+
+#include <wx/intl.h>
+#include <wx/log.h>
+
+namespace {
+
+constexpr unsigned long kWaitMilliseconds = 200;
+constexpr int64_t kFramesPerReport = 100;
+
+int32_t toInt32(int64_t count) {
+    return static_cast<int32_t>(std::clamp<int64_t>(count, 0, std::numeric_limits<int32_t>::max()));
+}
+
+int64_t elapsedMilliseconds(std::chrono::steady_clock::duration elapsed) {
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(duration_cast<microseconds>(elapsed)).count();
+}
+
+} // namespace
+
+VideoPlayerThread::VideoPlayerThread(ISafeProgress* progress, VideoPlayer::Pacing pacing)
+    : wxThread(wxTHREAD_JOINABLE), progress_(progress), pacing_(std::move(pacing)) {
+    wxLogMessage("[VideoPlayerThread] created");
+}
+
+VideoPlayerThread::~VideoPlayerThread() {
+    wxLogMessage("[VideoPlayerThread] destroyed");
+    // The decoder polls exitRequested, so it must not outlive it.
+    decoder_.reset();
+}
+
+void VideoPlayerThread::setDecoder(std::shared_ptr<video::Decoder> decoder) {
+    decoder_ = std::move(decoder);
+}
+
+void VideoPlayerThread::setVariableRateQuery(std::function<bool()> query) {
+    variableRateQuery_ = std::move(query);
+}
+
+void VideoPlayerThread::post(playercommand::Command command) {
+    if (!IsAlive())
+        return;
+    const std::lock_guard<std::mutex> lock(queueMutex_);
+    queue_.push_back(command);
+    queueSignal_.Post();
+}
+
+void VideoPlayerThread::wake() {
+    queueSignal_.Post();
+}
+
+video::VideoInfo VideoPlayerThread::info() const {
+    const std::lock_guard<std::mutex> lock(infoMutex_);
+    return info_;
+}
+
+bool VideoPlayerThread::hasVariableRate() const {
+    const std::lock_guard<std::mutex> lock(infoMutex_);
+    return variableRate_;
+}
+
+wxThread::ExitCode VideoPlayerThread::Entry() {
+    preprocessing = true;
+    preProcess();
+    preprocessing = false;
+    while (!exitRequested)
+        serveNextCommand();
+    decoder_->close();
+    return nullptr;
+}
+
+void VideoPlayerThread::preProcess() {
+    video::VideoInfo info;
+    decoder_->info(info);
+    progress_->start(_("Please wait"), wxString::Format(_("Pre-processing %s"), info.path),
+                     toInt32(info.frameCount));
+    video::Progress scan;
+    int64_t calls = 0;
+    scan.onProgress = [&] {
+        if (calls % kFramesPerReport == 0)
+            progress_->update(toInt32(scan.done), wxString());
+        ++calls;
+        scan.stop = exitRequested;
+    };
+    decoder_->scan(scan);
+    progress_->finish();
+    if (exitRequested)
+        return;
+
+    decoder_->info(info);
+    width_ = info.width;
+    height_ = info.height;
+    const bool variableRate = variableRateQuery_ && variableRateQuery_();
+    {
+        const std::lock_guard<std::mutex> lock(infoMutex_);
+        info_ = info;
+        variableRate_ = variableRate;
+    }
+    onReady.call();
+}
+
+void VideoPlayerThread::serveNextCommand() {
+    setState(Stopped);
+    if (queueSignal_.WaitTimeout(kWaitMilliseconds) != wxSEMA_NO_ERROR)
+        return;
+
+    playercommand::Command command;
+    int skipped = 0;
+    {
+        const std::lock_guard<std::mutex> lock(queueMutex_);
+        if (queue_.empty())
+            return;
+        command = queue_.front();
+        queue_.pop_front();
+        while (playercommand::type(command) == playercommand::kSeek && !queue_.empty() &&
+               playercommand::type(queue_.front()) == playercommand::kSeek) {
+            command = queue_.front();
+            queue_.pop_front();
+            ++skipped;
+        }
+    }
+    if (skipped > 0)
+        wxLogMessage("[VideoPlayerThread] So many seeks, skipping %d", skipped);
+
+    switch (playercommand::type(command)) {
+    case playercommand::kSeek:
+        seek(playercommand::argument(command));
+        break;
+    case playercommand::kPlay:
+        playLoop(playercommand::argument(command));
+        break;
+    case playercommand::kStop:
+        wxLogMessage("[VideoPlayerThread] Stop");
+        break;
+    default:
+        break;
+    }
+}
+
+void VideoPlayerThread::seek(int frame) {
+    wxLogMessage("[VideoPlayerThread] Seek to frame %d", frame);
+    setState(Seeking);
+    if (!decoder_->seek(frame) || !decoder_->next())
+        return;
+    {
+        const std::lock_guard<std::mutex> lock(queueMutex_);
+        if (!queue_.empty() && playercommand::type(queue_.front()) == playercommand::kSeek) {
+            queueSignal_.Post();
+            return;
+        }
+    }
+    deliver();
+}
+
+void VideoPlayerThread::playLoop(int fps) {
+    wxLogMessage("[VideoPlayerThread] Play");
+    playing = true;
+    setState(Playing);
+    while (!exitRequested) {
+        const auto begin = pacing_.now();
+        if (!mayPlayOn(fps) || !decoder_->next())
+            break;
+        deliver();
+        const int64_t period = 1000 / std::max(fps, 1);
+        const int64_t elapsed = elapsedMilliseconds(pacing_.now() - begin);
+        if (elapsed < period)
+            pacing_.sleep(period - elapsed);
+    }
+    // Whatever ended the loop: VideoPlayer::stop spins on this.
+    playing = false;
+}
+
+bool VideoPlayerThread::mayPlayOn(int& fps) {
+    {
+        const std::lock_guard<std::mutex> lock(queueMutex_);
+        if (queue_.empty())
+            return true;
+        const playercommand::Command command = queue_.front();
+        if (playercommand::type(command) == playercommand::kPlay) {
+            queue_.pop_front();
+            fps = playercommand::argument(command);
+            return true;
+        }
+        if (playercommand::type(command) != playercommand::kStop)
+            return false;
+        queue_.pop_front();
+    }
+    wxLogMessage("[VideoPlayerThread] Stop Play");
+    return false;
+}
+
+void VideoPlayerThread::deliver() {
+    try {
+        auto frame = std::make_shared<VideoPlayer::Frame>();
+        frame->image = pxl::Image(width_, height_);
+        if (frame->image.empty())
+            return;
+        std::memset(frame->image.pixels, 0, frame->image.byteCount());
+        if (!decoder_->convert(frame->image))
+            return;
+        frame->index = decoder_->frameIndex();
+        onFrame.call(std::move(frame));
+    } catch (const std::bad_alloc&) {
+        wxLogError("[VideoPlayerThread] No memory for a frame of %d x %d", width_, height_);
+    }
+}
+
+void VideoPlayerThread::setState(PlayState state) {
+    if (state_ == state)
+        return;
+    state_ = state;
+    onState.call(state);
+}

@@ -1,0 +1,109 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+#include <wx/thread.h>
+
+#include "callbackslot.h"
+#include "safeprogress.h"
+#include "video_backend.h"
+#include "videoplayer.h"
+
+/// What the playback thread is asked to do, as one 64-bit value: the type in the low half, the signed
+/// argument in the high half.
+namespace playercommand {
+
+using Command = uint64_t;
+
+enum Type : uint32_t {
+    /// Argument: number of the frame, from 1.
+    kSeek = 1,
+    /// Argument: frames per second.
+    kPlay = 2,
+    /// No argument.
+    kStop = 3,
+};
+
+constexpr Command make(uint32_t type, int32_t argument = 0) {
+    return static_cast<uint64_t>(static_cast<uint32_t>(argument)) << 32 | type;
+}
+constexpr uint32_t type(Command command) {
+    return static_cast<uint32_t>(command);
+}
+constexpr int32_t argument(Command command) {
+    return static_cast<int32_t>(static_cast<uint32_t>(command >> 32));
+}
+
+} // namespace playercommand
+
+/// The worker of VideoPlayer. Joinable; the player alone runs, joins and deletes it.
+class VideoPlayerThread : public wxThread {
+public:
+    VideoPlayerThread(ISafeProgress* progress, VideoPlayer::Pacing pacing);
+    ~VideoPlayerThread() override;
+
+    /// Before `Run`; null takes the decoder back.
+    void setDecoder(std::shared_ptr<video::Decoder> decoder);
+    /// Before `Run`: asked once, after the scan, on the playback thread. May be empty.
+    void setVariableRateQuery(std::function<bool()> query);
+
+    /// Queues a command. Dropped when the thread is not alive. Any thread.
+    void post(playercommand::Command command);
+    /// Makes an idle thread look at `exitRequested` now.
+    void wake();
+
+    CallbackSlot<std::shared_ptr<VideoPlayer::Frame>> onFrame;
+    CallbackSlot<> onReady;
+    CallbackSlot<PlayState> onState;
+
+    /// The play loop runs.
+    std::atomic<bool> playing{false};
+    /// Ends the thread: within one frame while it works, within 200 ms while it waits.
+    std::atomic<bool> exitRequested{false};
+    /// From before `Run` until after the ready callback.
+    std::atomic<bool> preprocessing{false};
+
+    /// Zeros before the scan has ended. Any thread.
+    video::VideoInfo info() const;
+    /// False before the scan has ended. Any thread.
+    bool hasVariableRate() const;
+
+protected:
+    ExitCode Entry() override;
+
+private:
+    void preProcess();
+    void serveNextCommand();
+    void seek(int frame);
+    void playLoop(int fps);
+    /// Looks at the waiting commands between two frames. False when one of them ends playing.
+    bool mayPlayOn(int& fps);
+    /// Converts the frame decoded last and hands it over; a failure drops it.
+    void deliver();
+    void setState(PlayState state);
+
+    // The playback thread alone, once it runs.
+    PlayState state_ = Stopped;
+    ISafeProgress* progress_;
+    VideoPlayer::Pacing pacing_;
+    std::shared_ptr<video::Decoder> decoder_;
+    std::function<bool()> variableRateQuery_;
+    int32_t width_ = 0;
+    int32_t height_ = 0;
+
+    std::mutex queueMutex_;
+    // Guarded by queueMutex_.
+    std::deque<playercommand::Command> queue_;
+    /// Posted once per command. The count may run ahead of the queue, never behind it.
+    wxSemaphore queueSignal_;
+
+    mutable std::mutex infoMutex_;
+    // Guarded by infoMutex_.
+    video::VideoInfo info_;
+    bool variableRate_ = false;
+};
