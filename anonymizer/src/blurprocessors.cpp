@@ -1,0 +1,91 @@
+#include "blurprocessors.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <mutex>
+
+#include "blurtrack.h"
+
+namespace {
+
+/// Zero-filled picture of the input's size; one of that size is kept as it is.
+void fitTo(const Image& input, Image& buffer) {
+    if (buffer.width == input.width && buffer.height == input.height)
+        return;
+    buffer = Image(input.width, input.height);
+    if (!buffer.empty())
+        std::memset(buffer.pixels, 0, buffer.byteCount());
+}
+
+/// Copies the part of the entry's rectangle that lies inside the frame. The right and bottom edges may lie
+/// beyond 32 bits.
+void copyRectangle(const Image& from, Image& to, const blurtrack::BlurEntry& entry) {
+    const int64_t left = std::max<int64_t>(entry.x, 0);
+    const int64_t right = std::min<int64_t>(from.width, int64_t{entry.x} + entry.w);
+    const int64_t top = std::max<int64_t>(entry.y, 0);
+    const int64_t bottom = std::min<int64_t>(from.height, int64_t{entry.y} + entry.h);
+    if (left >= right)
+        return;
+    const std::size_t bytes = static_cast<std::size_t>(right - left) * sizeof(uint32_t);
+    for (int64_t y = top; y < bottom; ++y) {
+        const std::ptrdiff_t offset = y * from.width + left;
+        std::memcpy(to.pixels + offset, from.pixels + offset, bytes);
+    }
+}
+
+void copyRectangles(const Image& from, Image& to, int32_t frame, int32_t threshold) {
+    const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
+    for (const blurtrack::BlurEntry& entry : blurtrack::entriesAt(frame))
+        if (entry.score >= threshold)
+            copyRectangle(from, to, entry);
+}
+
+} // namespace
+
+int32_t mosaicBlockSize(int32_t width, int32_t height, int32_t divisor) {
+    return std::max(std::min(width, height) / divisor, 1);
+}
+
+void pixelate(const Image& source, uint32_t* target, int32_t block) {
+    const auto width = static_cast<std::size_t>(source.width);
+    const auto height = static_cast<std::size_t>(source.height);
+    const auto cell = static_cast<std::size_t>(block);
+    if (cell == 1) {
+        std::memcpy(target, source.pixels, source.byteCount());
+        return;
+    }
+    for (std::size_t y0 = 0; y0 < height; y0 += cell) {
+        const uint32_t* samples = source.pixels + y0 * width;
+        uint32_t* firstRow = target + y0 * width;
+        for (std::size_t x0 = 0; x0 < width; x0 += cell)
+            std::fill_n(firstRow + x0, std::min(cell, width - x0), samples[x0]);
+        const std::size_t rows = std::min(cell, height - y0);
+        for (std::size_t row = 1; row < rows; ++row)
+            std::memcpy(firstRow + row * width, firstRow, width * sizeof(uint32_t));
+    }
+}
+
+Frameblur::Frameblur(int32_t width, int32_t height) : output_(width, height), mosaic_(width, height) {}
+
+const Image* Frameblur::process(const Image& input, int32_t frame, int32_t threshold) {
+    fitTo(input, output_);
+    fitTo(input, mosaic_);
+    if (input.empty())
+        return &output_;
+    std::memcpy(output_.pixels, input.pixels, input.byteCount());
+    pixelate(input, mosaic_.pixels, mosaicBlockSize(input.width, input.height, kExportBlurDivisor));
+    copyRectangles(mosaic_, output_, frame, threshold);
+    return &output_;
+}
+
+Frameunblur::Frameunblur(int32_t width, int32_t height) : output_(width, height) {}
+
+const Image* Frameunblur::process(const Image& input, int32_t frame, int32_t threshold) {
+    fitTo(input, output_);
+    if (input.empty())
+        return &output_;
+    pixelate(input, output_.pixels, mosaicBlockSize(input.width, input.height, kExportBlurDivisor));
+    copyRectangles(input, output_, frame, threshold);
+    return &output_;
+}
