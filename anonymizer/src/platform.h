@@ -27,4 +27,8 @@ void setTextEncoding();
 /// Upper case of one character by Unicode's rules, whatever the locale.
 char32_t toUpper(char32_t character);
 
+/// Makes `folder` the place where the libraries that a loaded library needs are looked for, where the system
+/// has such a setting (Windows); nothing elsewhere.
+void setLibrarySearchFolder(const wxString& folder);
+
 } // namespace platform

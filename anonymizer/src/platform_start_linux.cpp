@@ -23,4 +23,6 @@ char32_t toUpper(char32_t character) {
     return unicode ? static_cast<char32_t>(towupper_l(static_cast<wint_t>(character), unicode)) : character;
 }
 
+void setLibrarySearchFolder(const wxString&) {}
+
 } // namespace platform
