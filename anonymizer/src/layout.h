@@ -205,11 +205,14 @@ private:
     /// Index of the element that a press at the point belongs to; −1 for none.
     int elementAt(int32_t x, int32_t y) const;
     bool pressIsHeld() const;
-    void hover(int element, MouseResult& result);
+    bool knobContains(int element, int32_t x, int32_t y) const;
+    void hover(int element);
     void press(int element, const MouseInput& input, MouseResult& result);
     void release(int element, MouseResult& result);
     void dropPress(MouseResult& result);
     void followMouse(int32_t x, MouseResult& result);
+    /// Made on first use, with the context current; empty when there is no picture or the driver refuses.
+    static std::shared_ptr<pxl::Texture> textureOf(Element& element, int image);
 
     std::vector<Element> elements_;
     /// Slider whose knob follows the mouse; −1 for none.
