@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -29,17 +30,25 @@ bool flippingEnabled();
 /// Collects triangles and draws them in one call per change of texture plus one at the end. Flat colours
 /// change no texture, so they never cost a call. Same thread and context rules as the render objects.
 ///
-/// A paint: setTransform, draw…, setMatrix("u_matrix") on the material, flush.
+/// A paint: set "u_matrix" of the material (a change of texture draws long before the end), setTransform,
+/// draw whatever there is, flush.
 class Batch {
 public:
+    /// What reaches the graphics card; pxl::draw unless a test listens in.
+    using DrawFunction = std::function<void(RenderTarget&, const Material&, const Mesh&, uint32_t firstIndex,
+                                            uint32_t indexCount)>;
+
     /// Makes its own mesh and, with the program's shader, its material. See valid().
     Batch();
+    /// With either pointer empty the batch collects geometry (see pending()) and draws nothing, which needs
+    /// no context.
+    Batch(std::shared_ptr<Material> material, std::shared_ptr<Mesh> mesh, DrawFunction drawFunction = draw);
     ~Batch();
     Batch(const Batch&) = delete;
     Batch& operator=(const Batch&) = delete;
 
-    /// False when the shader or the mesh could not be made (logged): every operation is harmless then and
-    /// nothing shows.
+    /// False when the shader or the mesh is missing (logged when it could not be made): every operation is
+    /// harmless then and nothing shows.
     bool valid() const { return material_ && mesh_; }
     /// What flush() draws with; "u_texture" is set by the batch. Never null in a valid batch.
     const std::shared_ptr<Material>& material() const { return material_; }
@@ -92,11 +101,12 @@ private:
 
     void enter(const State& state);
 
-    BatchGeometry geometry_;
-    std::vector<State> states_;
     std::shared_ptr<Material> material_;
     std::shared_ptr<Mesh> mesh_;
+    DrawFunction draw_;
     std::shared_ptr<RenderTarget> target_;
+    BatchGeometry geometry_;
+    std::vector<State> states_;
     uint64_t drawCalls_ = 0;
 };
 

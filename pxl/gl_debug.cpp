@@ -7,7 +7,7 @@ namespace pxl {
 
 namespace {
 
-// The values of GL_DEBUG_TYPE_… and GL_DEBUG_SEVERITY_…; gl_startup.cpp checks that they are.
+// The values of GL_DEBUG_TYPE_… and GL_DEBUG_SEVERITY_…, spelt out: this file needs no GL header.
 constexpr uint32_t typeError = 0x824C;
 constexpr uint32_t typeOther = 0x8251;
 constexpr uint32_t severityNotification = 0x826B;

@@ -23,14 +23,14 @@ struct PreblurTrack {
 int32_t lifeInFrames(int32_t seconds, double fps);
 
 /// True when `entry` is the same region as `track`, so that the entry takes the track's place: they overlap,
-/// lie within a sixth of the track's size of each other and differ little in size. Expects `entry` without
-/// fractions (the store has none).
+/// lie within a sixth of the track's size of each other and differ little in size.
 bool matches(const PreblurTrack& track, const blurtrack::RectF& entry);
 
 /// One frame of the pass. `current` are the frame's entries; `tracks` come from the frame after it and
-/// become those for the frame before it. Appends to `pending` what has to be added to this frame.
+/// become those for the frame before it. Appends to `pending` the tracks whose rectangles have to be added to
+/// this frame.
 void step(const std::vector<blurtrack::BlurEntry>& current, int32_t life, std::vector<PreblurTrack>& tracks,
-          std::vector<blurtrack::BlurEntry>& pending);
+          std::vector<PreblurTrack>& pending);
 
 /// Extends every entry of the store's frames `lastFrame` … 0 onto up to `life` frames before it (at least
 /// one), until an entry there takes its place. The copies carry the id of detections. Expects the caller to

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <wx/datetime.h>
+#include <wx/string.h>
+
+/// The log files of the data folder: one per run, the ten newest are kept.
+namespace logfiles {
+
+/// Name of the log file of a run that began at `start` (local time), for example 2026-06-25T14_03_09.log.
+wxString nameFor(const wxDateTime& start);
+
+/// Makes the file the target of the GUI library's log, appending, each line with a time stamp. On failure
+/// the log stays as it is and gets an error line. Nothing happens for an empty path.
+void logTo(const wxString& path);
+
+/// Removes all but the ten newest "*.log" files of the folder by modification time, never `current`
+/// (full path; may be empty), whatever the clock says. Sub-folders and hidden files are left alone. What was
+/// done is logged.
+void delOldLogFiles(const wxString& folder, const wxString& current);
+
+} // namespace logfiles
