@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -11,6 +12,8 @@
 #include "safeprogress.h"
 #include "video_backend.h"
 
+class DecodeAhead;
+class Decoder_ffmpeg;
 class Encoder_ffmpeg;
 
 enum class ExportResult { Success, Cancelled, Failed };
@@ -42,6 +45,12 @@ protected:
     ExitCode Entry() override;
     void OnExit() override;
 
+    /// Opens the source; an opening that fails gives a decoder that delivers no frame. The decoder gives up
+    /// reading while `*interrupt` is true. Replaced by tests only.
+    virtual std::shared_ptr<video::Decoder> openSource(const std::atomic<bool>* interrupt, wxString& error);
+    /// Null when the library has no such encoder. Replaced by tests only.
+    virtual std::shared_ptr<Encoder_ffmpeg> makeEncoder(const video::EncoderSettings& settings);
+
 private:
     struct Outcome {
         ExportResult result = ExportResult::Success;
@@ -49,8 +58,11 @@ private:
     };
 
     Outcome exportVideo();
-    std::shared_ptr<Encoder_ffmpeg> makeEncoder(video::EncoderSettings settings);
-    Outcome exportFrames(std::shared_ptr<video::Decoder>& decoder, Encoder_ffmpeg& encoder);
+    std::shared_ptr<Encoder_ffmpeg> chooseEncoder();
+    bool exportFrames(DecodeAhead& source, Encoder_ffmpeg& encoder);
+    Outcome refuse(const wxString& text);
+    Outcome judge(const Encoder_ffmpeg& encoder, bool cancelled, const wxString& openError) const;
+    void removeOutput() const;
 
     video::VideoInfo source_;
     wxString outputPath_;

@@ -29,7 +29,7 @@ struct TimeBase {
 /// The time base for `fps` frames per second: the inverse of the nearest fraction with numerator and
 /// denominator up to 100, 1/25 for 25 and 1/30 for 29.97. Where that fraction is no whole number, or below
 /// `fps` so that frames would share a time stamp, a multiple of its numerator: 1/600 for 120.
-/// `fps` lies within the library's reach: positive, at most 65535.
+/// `fps` is positive, no smaller than 0.01 and at most a million.
 TimeBase timeBaseFor(double fps);
 
 /// Time stamp of the `index`-th frame, from 0, in units of `base`: truncated, never rounded up.
@@ -41,7 +41,12 @@ int64_t timestampOf(int64_t index, TimeBase base, double fps);
 /// product's name and what the muxer adds itself.
 ///
 /// Construction goes step by step; the first step that fails logs its line at error level and leaves the
-/// encoder closed for good: `encode` and `finish` then only log. Nothing throws but std::bad_alloc.
+/// encoder closed for good: `encode` and `finish` then only log. A frame rate that is not a number, not
+/// positive or absurd fails like a codec that can't be opened. Nothing throws but std::bad_alloc.
+///
+/// The planes are made by the settings' colour matrix, limited range; a matrix that is stated is stated in
+/// the output too, and nothing else is set than the codec's choice of profile and the length of a group of
+/// pictures.
 class Encoder_ffmpeg : public video::Encoder {
 public:
     explicit Encoder_ffmpeg(const video::EncoderSettings& settings);
@@ -50,10 +55,13 @@ public:
     Encoder_ffmpeg(const Encoder_ffmpeg&) = delete;
     Encoder_ffmpeg& operator=(const Encoder_ffmpeg&) = delete;
 
+    /// True when the library has an encoder for a `video::Codec`.
+    static bool isAvailable(int32_t codec);
+
     bool isOpen() const override;
     /// The frame is not kept. A failure does not end the encoding; see `failed`.
     void encode(std::shared_ptr<video::Frame> frame) override;
-    /// Once; the encoder is closed then.
+    /// Once; the file is closed then, and nothing more can be encoded.
     void finish() override;
 
     /// True once construction has opened the output file, which empties a file that was there.
@@ -68,15 +76,15 @@ public:
 
 private:
     bool construct();
-    bool stop(const char* line, int code = 0);
+    bool stop(const char* line, int code);
     void configure(const AVCodec* codec);
-    bool writeHeader();
     bool convert(const pxl::Image& image);
     void drain();
     void write();
     void note(int code);
 
     bool open_ = false;
+    bool finished_ = false;
     bool touchedFile_ = false;
     video::EncoderSettings settings_;
     ffmpeg::TimeBase timeBase_;
@@ -89,6 +97,7 @@ private:
     AVStream* stream_ = nullptr;
     /// The planes: a buffer that the codec still holds is never written again, a returned one is reused.
     ffmpeg::BufferPool yuvBuffers_;
+    /// Frames passed to `encode`, those that failed too: a lost one leaves a gap in time.
     int64_t frameCount_ = 0;
     int64_t encodedFrames_ = 0;
     /// Time stamp of the last frame; the next one's is higher.

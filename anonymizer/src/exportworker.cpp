@@ -1,0 +1,196 @@
+#include "exportworker.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <utility>
+
+#include <wx/filefn.h>
+#include <wx/filename.h>
+#include <wx/intl.h>
+#include <wx/log.h>
+
+#include "decodeahead.h"
+#include "platform.h"
+#include "switches.h"
+#include "video_backend_ffmpeg.h"
+#include "video_backend_ffmpeg_encoder.h"
+
+namespace {
+
+constexpr int64_t kFramesPerUpdate = 100;
+/// Size of the buffers made in advance; a video of another size replaces them.
+constexpr int32_t kUsualWidth = 1920;
+constexpr int32_t kUsualHeight = 1080;
+
+} // namespace
+
+ExportWorker::ExportWorker(const video::VideoInfo& source, const wxString& outputPath, int threshold,
+                           ISafeProgress* progress, std::shared_ptr<IImageProcessor> processor)
+    : wxThread(wxTHREAD_DETACHED), source_(source), outputPath_(outputPath), progress_(progress),
+      processor_(std::move(processor)), threshold_(threshold) {
+    wxLogMessage("[VideoExportThread] Thread created");
+}
+
+ExportWorker::~ExportWorker() {
+    wxLogMessage("[VideoExportThread] Thread destroyed");
+}
+
+void ExportWorker::setDone(ExportDone done) {
+    done_ = std::move(done);
+}
+
+wxThread::ExitCode ExportWorker::Entry() {
+    try {
+        outcome_ = exportVideo();
+    } catch (const std::exception& error) {
+        outcome_ = {ExportResult::Failed, wxString::FromUTF8(error.what())};
+    }
+    if (outcome_.result == ExportResult::Failed) {
+        wxLogError("[VideoExportThread] %s", outcome_.text);
+        removeOutput();
+    }
+    return nullptr;
+}
+
+// Not at the end of Entry: a program that ends as soon as it hears of the completion waits for a thread that
+// has come this far, while it would cut off one that is still in Entry.
+void ExportWorker::OnExit() {
+    if (done_)
+        done_(outcome_.result, outcome_.text);
+}
+
+ExportWorker::Outcome ExportWorker::exportVideo() {
+    std::atomic<bool> interrupt{false};
+    wxString openError;
+    std::shared_ptr<video::Decoder> decoder = openSource(&interrupt, openError);
+
+    if (platform::isSameFile(source_.path, outputPath_))
+        return refuse(_("A video cannot be exported onto itself."));
+    std::shared_ptr<Encoder_ffmpeg> encoder = chooseEncoder();
+    if (!encoder)
+        return refuse(_("There is no video encoder."));
+    if (!encoder->isOpen())
+        return refuse(encoder->failureText());
+
+    progress_->start(_("Export"), wxString::Format(_("Exporting video %s"), outputPath_),
+                     static_cast<int32_t>(source_.frameCount));
+    if (mosaicBlockSize(source_.width, source_.height, kExportBlurDivisor) == 1)
+        wxLogWarning("[VideoExportThread] The picture is too small: mosaic cells of one pixel hide nothing");
+
+    bool cancelled = false;
+    std::exception_ptr error;
+    try {
+        DecodeAhead stage(decoder, source_.width, source_.height, interrupt);
+        cancelled = exportFrames(stage, *encoder);
+    } catch (const std::exception&) {
+        error = std::current_exception();
+    }
+    encoder->finish();
+    progress_->finish();
+    if (error)
+        std::rethrow_exception(error);
+    return judge(*encoder, cancelled, openError);
+}
+
+std::shared_ptr<video::Decoder> ExportWorker::openSource(const std::atomic<bool>* interrupt,
+                                                         wxString& error) {
+    auto decoder = std::make_shared<Decoder_ffmpeg>();
+    decoder->setInterrupt(interrupt);
+    if (!decoder->open(source_.path)) {
+        error = decoder->lastError();
+        if (error.empty())
+            error = _("The file holds no video that can be decoded.");
+    }
+    return decoder;
+}
+
+std::shared_ptr<Encoder_ffmpeg> ExportWorker::makeEncoder(const video::EncoderSettings& settings) {
+    if (!Encoder_ffmpeg::isAvailable(settings.codec))
+        return nullptr;
+    return std::make_shared<Encoder_ffmpeg>(settings);
+}
+
+std::shared_ptr<Encoder_ffmpeg> ExportWorker::chooseEncoder() {
+    video::EncoderSettings settings;
+    settings.width = source_.width;
+    settings.height = source_.height;
+    settings.fps = source_.fps;
+    settings.bitRate = source_.bitRate;
+    settings.gopSize = source_.gopSize;
+    settings.passes = 1;
+    settings.path = outputPath_;
+    settings.codec = video::kCodecH264;
+    settings.colorMatrix = source_.colorMatrix;
+
+    wxLogMessage("Trying to select h264 encoder.");
+    ffmpeg::initialiseOnce();
+    std::shared_ptr<Encoder_ffmpeg> encoder = makeEncoder(settings);
+    touchedOutput_ = encoder && encoder->touchedFile();
+    if (encoder && encoder->isOpen())
+        return encoder;
+
+    wxLogMessage("No h264 encoder. Fallback MPEG4");
+    settings.codec = video::kCodecMpeg4;
+    encoder = makeEncoder(settings);
+    touchedOutput_ = touchedOutput_ || (encoder && encoder->touchedFile());
+    return encoder;
+}
+
+/// True when the export was cancelled.
+bool ExportWorker::exportFrames(DecodeAhead& source, Encoder_ffmpeg& encoder) {
+    int64_t counter = 0;
+    while (const DecodeAhead::Picture* picture = source.next()) {
+        if (TestDestroy())
+            return true;
+        if (picture->converted) {
+            const int64_t index = picture->frameIndex;
+            const Image* result =
+                processor_->process(picture->image, static_cast<int32_t>(index), threshold_);
+            encoder.encode(std::make_shared<Frame_ffmpeg>(result->clone(), index));
+            if (counter % kFramesPerUpdate == 0)
+                progress_->update(static_cast<int32_t>(counter), wxString());
+        }
+        ++counter;
+    }
+    return false;
+}
+
+/// Nothing can be written: says so where the progress would have been.
+ExportWorker::Outcome ExportWorker::refuse(const wxString& text) {
+    progress_->start(_("Export"), wxString::Format(_("Exporting video %s"), outputPath_),
+                     static_cast<int32_t>(source_.frameCount));
+    progress_->update(0, text);
+    progress_->finish();
+    return {ExportResult::Failed, text};
+}
+
+ExportWorker::Outcome ExportWorker::judge(const Encoder_ffmpeg& encoder, bool cancelled,
+                                          const wxString& openError) const {
+    if (encoder.failed())
+        return {ExportResult::Failed, encoder.failureText()};
+    if (!wxFileName::Exists(outputPath_))
+        return {ExportResult::Failed, _("The exported file has disappeared.")};
+    if (cancelled)
+        return {ExportResult::Cancelled, wxString()};
+    if (!openError.empty())
+        return {ExportResult::Failed, openError};
+    if (encoder.encodedFrames() == 0)
+        return {ExportResult::Failed, _("The video has no frames to export.")};
+    return {ExportResult::Success, wxString()};
+}
+
+void ExportWorker::removeOutput() const {
+    if (touchedOutput_ && wxFileName::FileExists(outputPath_))
+        wxRemoveFile(outputPath_);
+}
+
+ExportWorker* createExportWorker(int32_t mode, const wxString& outputPath, const video::VideoInfo& info,
+                                 ISafeProgress* progress) {
+    std::shared_ptr<IImageProcessor> processor;
+    if (mode == switches::kUnblurMode)
+        processor = std::make_shared<Frameunblur>(kUsualWidth, kUsualHeight);
+    else
+        processor = std::make_shared<Frameblur>(kUsualWidth, kUsualHeight);
+    return new ExportWorker(info, outputPath, switches::confidenceThreshold, progress, std::move(processor));
+}

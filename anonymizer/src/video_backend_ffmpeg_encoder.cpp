@@ -1,0 +1,321 @@
+#include "video_backend_ffmpeg_encoder.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include <wx/intl.h>
+#include <wx/log.h>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/buffer.h>
+#include <libavutil/dict.h>
+#include <libavutil/imgutils.h>
+#include <libavutil/opt.h>
+#include <libavutil/rational.h>
+#include <libswscale/swscale.h>
+}
+
+namespace ffmpeg {
+namespace {
+
+/// Numerator and denominator of the fraction that stands for a frame rate.
+constexpr int kLargestRateTerm = 100;
+/// The MPEG-4 standard has 16 bits for it.
+constexpr int kFinestTimeScale = 65535;
+/// Where no multiple fits the rate exactly, frames are placed to a hundredth of their duration.
+constexpr double kUnitsPerFrame = 100.0;
+constexpr double kWholeNumberTolerance = 1e-9;
+
+AVRational nearestRate(double fps) {
+    return av_d2q(fps, kLargestRateTerm);
+}
+
+} // namespace
+
+void BufferPoolDeleter::operator()(AVBufferPool* pool) const noexcept {
+    av_buffer_pool_uninit(&pool);
+}
+
+TimeBase timeBaseFor(double fps) {
+    const AVRational rate = nearestRate(fps);
+    if (av_q2d(rate) >= fps)
+        return {1, rate.num};
+
+    for (int scale = rate.num; scale <= kFinestTimeScale; scale += rate.num) {
+        const double unitsPerFrame = scale / fps;
+        if (unitsPerFrame > 0.5 &&
+            std::abs(unitsPerFrame - std::round(unitsPerFrame)) < kWholeNumberTolerance)
+            return {1, scale};
+    }
+    const double wanted = std::min(kUnitsPerFrame * fps, static_cast<double>(kFinestTimeScale));
+    const auto least = static_cast<int>(std::ceil(fps / rate.num));
+    return {1, rate.num * std::max(static_cast<int>(wanted / rate.num), least)};
+}
+
+int64_t timestampOf(int64_t index, TimeBase base, double fps) {
+    return static_cast<int64_t>(static_cast<double>(base.den) * static_cast<double>(index) /
+                                (base.num * fps));
+}
+
+} // namespace ffmpeg
+
+namespace {
+
+constexpr double kHighestRate = 1e6;
+constexpr int kPlaneAlignment = 32;
+/// The scaler writes whole vectors, past the last row's end too.
+constexpr int kPlanePadding = 64;
+
+#ifdef AV_PROFILE_H264_MAIN
+constexpr int kH264Main = AV_PROFILE_H264_MAIN;
+constexpr int kMpeg4AdvancedSimple = AV_PROFILE_MPEG4_ADVANCED_SIMPLE;
+#else
+constexpr int kH264Main = FF_PROFILE_H264_MAIN;
+constexpr int kMpeg4AdvancedSimple = FF_PROFILE_MPEG4_ADVANCED_SIMPLE;
+#endif
+static_assert(kH264Main == 77 && kMpeg4AdvancedSimple == 15);
+
+const AVCodec* findEncoder(int32_t codec) {
+    return avcodec_find_encoder(codec == video::kCodecH264 ? AV_CODEC_ID_H264 : AV_CODEC_ID_MPEG4);
+}
+
+bool isUsableRate(double fps) {
+    return std::isfinite(fps) && fps > 0 && fps <= kHighestRate && ffmpeg::nearestRate(fps).num > 0;
+}
+
+} // namespace
+
+Encoder_ffmpeg::Encoder_ffmpeg(const video::EncoderSettings& settings)
+    : settings_(settings), spareFrame_(av_frame_alloc()), sourceFrame_(av_frame_alloc()),
+      yuvFrame_(av_frame_alloc()), packet_(av_packet_alloc()) {
+    if (!spareFrame_ || !sourceFrame_ || !yuvFrame_ || !packet_)
+        throw std::bad_alloc();
+    ffmpeg::initialiseOnce();
+    open_ = construct();
+}
+
+Encoder_ffmpeg::~Encoder_ffmpeg() = default;
+
+bool Encoder_ffmpeg::isAvailable(int32_t codec) {
+    return findEncoder(codec) != nullptr;
+}
+
+bool Encoder_ffmpeg::isOpen() const {
+    return open_;
+}
+
+bool Encoder_ffmpeg::construct() {
+    const std::string path = ffmpeg::filePath(settings_.path);
+    const AVOutputFormat* outputFormat = av_guess_format(nullptr, path.c_str(), nullptr);
+    if (!outputFormat)
+        return stop("[video encoder] Could not guess format", AVERROR_MUXER_NOT_FOUND);
+
+    AVFormatContext* format = nullptr;
+    int code = avformat_alloc_output_context2(&format, outputFormat, nullptr, path.c_str());
+    if (code < 0)
+        return stop("[video encoder] Could not allocate context", code);
+    format_.reset(format);
+
+    const AVCodec* codec = findEncoder(settings_.codec);
+    if (!codec)
+        return stop("[video encoder] Could not find encoder", AVERROR_ENCODER_NOT_FOUND);
+
+    stream_ = avformat_new_stream(format, codec);
+    codecContext_.reset(avcodec_alloc_context3(codec));
+    if (!stream_ || !codecContext_)
+        return stop("[video encoder] Could not open stream", AVERROR(ENOMEM));
+
+    if (!isUsableRate(settings_.fps))
+        return stop("[video encoder] Could not open video codec", AVERROR(EDOM));
+    configure(codec);
+    code = avcodec_open2(codecContext_.get(), codec, nullptr);
+    if (code >= 0)
+        code = avcodec_parameters_from_context(stream_->codecpar, codecContext_.get());
+    if (code < 0)
+        return stop("[video encoder] Could not open video codec", code);
+
+    if (!(format->oformat->flags & AVFMT_NOFILE)) {
+        code = avio_open(&format->pb, path.c_str(), AVIO_FLAG_WRITE);
+        if (code < 0)
+            return stop("[video encoder] Could not open output context", code);
+        touchedFile_ = true;
+    }
+
+    av_dict_set(&format->metadata, "comment", "Tarvex Shroud", 0);
+    // The MP4 and MOV muxers would raise the stream's time scale (1/25 becomes 1/12800), and codec and stream
+    // would no longer count time alike. Other muxers don't know the option.
+    av_opt_set_int(format->priv_data, "video_track_timescale", timeBase_.den, 0);
+    code = avformat_write_header(format, nullptr);
+    if (code < 0) {
+        if (!(format->oformat->flags & AVFMT_NOFILE))
+            avio_closep(&format->pb);
+        return stop("[video encoder] Could not write header", code);
+    }
+
+    const int size = av_image_get_buffer_size(codecContext_->pix_fmt, codecContext_->width,
+                                              codecContext_->height, kPlaneAlignment);
+    yuvBuffers_.reset(av_buffer_pool_init(static_cast<std::size_t>(size) + kPlanePadding, nullptr));
+    if (!yuvBuffers_)
+        throw std::bad_alloc();
+    return true;
+}
+
+bool Encoder_ffmpeg::stop(const char* line, int code) {
+    wxLogError("%s", line);
+    failureText_ =
+        code == AVERROR(EDOM) ? _("The frame rate of the video is not usable.") : ffmpeg::errorText(code);
+    return false;
+}
+
+void Encoder_ffmpeg::configure(const AVCodec* codec) {
+    timeBase_ = ffmpeg::timeBaseFor(settings_.fps);
+    stream_->time_base = {timeBase_.num, timeBase_.den};
+
+    AVCodecContext& context = *codecContext_;
+    context.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    context.pix_fmt = AV_PIX_FMT_YUV420P;
+    context.width = settings_.width;
+    context.height = settings_.height;
+    context.time_base = stream_->time_base;
+    context.thread_count = 0;
+    if (codec->id == AV_CODEC_ID_H264) {
+        context.profile = kH264Main;
+        // With several units to a frame the time base no longer tells the rate.
+        if (timeBase_.den > 1.5 * settings_.fps)
+            context.framerate = av_d2q(settings_.fps, 100000);
+    } else {
+        context.profile = kMpeg4AdvancedSimple;
+        context.mb_decision = FF_MB_DECISION_RD;
+        context.flags |= AV_CODEC_FLAG_4MV;
+        context.flags |= AV_CODEC_FLAG_PASS1;
+        context.trellis = 2;
+        context.mv0_threshold = 2;
+        context.me_subpel_quality = 2;
+    }
+    context.gop_size = settings_.gopSize;
+    if (settings_.colorMatrix != video::kColorMatrixUnspecified)
+        context.colorspace = static_cast<AVColorSpace>(settings_.colorMatrix);
+}
+
+void Encoder_ffmpeg::encode(std::shared_ptr<video::Frame> frame) {
+    if (!open_ || finished_) {
+        wxLogError("[video encoder] Frame refused: the encoder is not open");
+        return;
+    }
+    const int64_t index = frameCount_++;
+    const pxl::Image* image = frame ? frame->image() : nullptr;
+    if (!image || image->empty() || !convert(*image)) {
+        note(AVERROR(EINVAL));
+        return;
+    }
+
+    // Truncation may put two frames on one unit where a unit is hardly shorter than a frame.
+    const int64_t pts = std::max(ffmpeg::timestampOf(index, timeBase_, settings_.fps), lastPts_ + 1);
+    const int64_t following = ffmpeg::timestampOf(index + 1, timeBase_, settings_.fps);
+    durations_[pts] = std::max<int64_t>(following - pts, 1);
+    lastPts_ = pts;
+    yuvFrame_->pts = pts;
+
+    const int code = avcodec_send_frame(codecContext_.get(), yuvFrame_.get());
+    av_frame_unref(yuvFrame_.get());
+    if (code < 0) {
+        durations_.erase(pts);
+        note(code);
+        return;
+    }
+    ++encodedFrames_;
+    drain();
+}
+
+bool Encoder_ffmpeg::convert(const pxl::Image& image) {
+    AVFrame& target = *yuvFrame_;
+    target.format = codecContext_->pix_fmt;
+    target.width = codecContext_->width;
+    target.height = codecContext_->height;
+    target.buf[0] = av_buffer_pool_get(yuvBuffers_.get());
+    if (!target.buf[0])
+        throw std::bad_alloc();
+    av_image_fill_arrays(target.data, target.linesize, target.buf[0]->data, codecContext_->pix_fmt,
+                         target.width, target.height, kPlaneAlignment);
+
+    AVFrame& source = *sourceFrame_;
+    source.format = AV_PIX_FMT_RGBA;
+    source.width = image.width;
+    source.height = image.height;
+    source.data[0] = reinterpret_cast<uint8_t*>(image.pixels);
+    source.linesize[0] = image.width * 4;
+
+    const ffmpeg::Scaler scaler(sws_getContext(image.width, image.height, AV_PIX_FMT_RGBA, target.width,
+                                               target.height, codecContext_->pix_fmt, SWS_BILINEAR, nullptr,
+                                               nullptr, nullptr));
+    int rows = 0;
+    if (scaler) {
+        if (settings_.colorMatrix != video::kColorMatrixUnspecified)
+            ffmpeg::setRgbToYuv(scaler.get(), settings_.colorMatrix, false);
+        rows = sws_scale(scaler.get(), source.data, source.linesize, 0, image.height, target.data,
+                         target.linesize);
+    }
+    source.data[0] = nullptr;
+    if (rows <= 0)
+        av_frame_unref(&target);
+    return rows > 0;
+}
+
+void Encoder_ffmpeg::drain() {
+    for (;;) {
+        const int code = avcodec_receive_packet(codecContext_.get(), packet_.get());
+        if (code == AVERROR(EAGAIN) || code == AVERROR_EOF)
+            return;
+        if (code < 0) {
+            note(code);
+            return;
+        }
+        write();
+    }
+}
+
+void Encoder_ffmpeg::write() {
+    AVPacket& packet = *packet_;
+    if (const auto duration = durations_.find(packet.pts); duration != durations_.end()) {
+        packet.duration = duration->second;
+        durations_.erase(duration);
+    }
+    packet.stream_index = stream_->index;
+    // Changes nothing in MP4 and MOV files; other containers have time bases of their own.
+    av_packet_rescale_ts(&packet, codecContext_->time_base, stream_->time_base);
+    const int code = av_interleaved_write_frame(format_.get(), &packet);
+    av_packet_unref(&packet);
+    if (code < 0)
+        note(code);
+}
+
+void Encoder_ffmpeg::finish() {
+    if (!open_ || finished_) {
+        wxLogError("[video encoder] Nothing to finish: the encoder is not open");
+        return;
+    }
+    finished_ = true;
+    const int sent = avcodec_send_frame(codecContext_.get(), nullptr);
+    if (sent < 0)
+        note(sent);
+    drain();
+    if (const int code = av_write_trailer(format_.get()); code < 0)
+        note(code);
+    if (format_->oformat->flags & AVFMT_NOFILE)
+        return;
+    avio_flush(format_->pb);
+    if (format_->pb->error < 0)
+        note(format_->pb->error);
+    if (const int code = avio_closep(&format_->pb); code < 0)
+        note(code);
+}
+
+void Encoder_ffmpeg::note(int code) {
+    if (failed())
+        return;
+    failureText_ = ffmpeg::errorText(code);
+    wxLogError("[video encoder] %s", failureText_);
+}
