@@ -1,9 +1,13 @@
 #pragma once
 
+#include <cstdint>
+#include <cstdio>
+#include <vector>
+
 #include <wx/string.h>
 
 /// Everything that differs between operating systems, one source file per system. All paths are UTF-8-safe
-/// wxStrings.
+/// wxStrings; none of the functions logs or throws.
 namespace platform {
 
 /// True when both paths name one existing file, links included. False when either does not exist.
@@ -15,6 +19,29 @@ bool replaceFile(const wxString& from, const wxString& to);
 
 /// Asks the system to put the file's content on the disk. False when it reports an error.
 bool syncToDisk(const wxString& path);
+
+/// Creates an empty file with the permissions any new file gets. False when something of that name exists
+/// (`errno` is EEXIST then) or it can't be created (`errno` says why).
+bool createFile(const wxString& path);
+
+/// False when the file could not be removed or did not exist.
+bool removeFile(const wxString& path);
+
+/// Holds off everybody else, threads and processes, who wants the same lock on a folder. Waits for it when
+/// created, lets it go when destroyed, on one thread. Leaves no file behind.
+class FolderLock {
+public:
+    explicit FolderLock(const wxString& folder);
+    ~FolderLock();
+    FolderLock(const FolderLock&) = delete;
+    FolderLock& operator=(const FolderLock&) = delete;
+
+    /// False when the folder does not exist or its file system knows no locks.
+    bool isHeld() const;
+
+private:
+    std::intptr_t handle_;
+};
 
 /// The first call of `main`, before the GUI library starts and any thread exists: the window system that
 /// OpenGL needs, and `setTextEncoding`.
@@ -30,5 +57,17 @@ char32_t toUpper(char32_t character);
 /// Makes `folder` the place where the libraries that a loaded library needs are looked for, where the system
 /// has such a setting (Windows); nothing elsewhere.
 void setLibrarySearchFolder(const wxString& folder);
+
+/// The program's arguments without its name. One that is not valid UTF-8 becomes an empty text.
+std::vector<wxString> commandLineArguments(int argc, char** argv);
+
+/// True when what is written there reaches a person directly.
+bool isTerminal(std::FILE* stream);
+
+/// Numbers of the signals that ask a program to end.
+std::vector<int> stopSignals();
+
+/// Turns writing to a closed pipe or past a file size limit into an ordinary write error.
+void ignoreWriteSignals();
 
 } // namespace platform

@@ -1,0 +1,119 @@
+#include "platform.h"
+
+#include <cerrno>
+#include <clocale>
+#include <csignal>
+#include <cstdlib>
+#include <cwctype>
+#include <string>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace platform {
+namespace {
+
+/// File names are bytes here; this system takes them for UTF-8 whatever the locale says.
+std::string bytes(const wxString& path) {
+    return path.utf8_string();
+}
+
+int openFolder(const wxString& folder) {
+    return open(bytes(folder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+}
+
+} // namespace
+
+bool isSameFile(const wxString& first, const wxString& second) {
+    struct stat a = {};
+    struct stat b = {};
+    return stat(bytes(first).c_str(), &a) == 0 && stat(bytes(second).c_str(), &b) == 0 &&
+           a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+bool replaceFile(const wxString& from, const wxString& to) {
+    return std::rename(bytes(from).c_str(), bytes(to).c_str()) == 0;
+}
+
+bool syncToDisk(const wxString& path) {
+    const int file = open(bytes(path).c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0)
+        return false;
+    const bool synced = fsync(file) == 0;
+    return close(file) == 0 && synced;
+}
+
+bool createFile(const wxString& path) {
+    const int file = open(bytes(path).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    return file >= 0 && close(file) == 0;
+}
+
+bool removeFile(const wxString& path) {
+    return unlink(bytes(path).c_str()) == 0;
+}
+
+FolderLock::FolderLock(const wxString& folder) : handle_(openFolder(folder)) {
+    if (handle_ < 0)
+        return;
+    const int file = static_cast<int>(handle_);
+    int result = 0;
+    do
+        result = flock(file, LOCK_EX);
+    while (result != 0 && errno == EINTR);
+    if (result == 0)
+        return;
+    close(file);
+    handle_ = -1;
+}
+
+FolderLock::~FolderLock() {
+    if (handle_ >= 0)
+        close(static_cast<int>(handle_));
+}
+
+bool FolderLock::isHeld() const {
+    return handle_ >= 0;
+}
+
+void prepareProcess() {
+    // The OpenGL canvas draws through GLX; on Wayland that needs the X11 back end.
+    if (std::getenv("WAYLAND_DISPLAY"))
+        setenv("GDK_BACKEND", "x11", 1);
+    setTextEncoding();
+}
+
+void setTextEncoding() {
+    std::setlocale(LC_CTYPE, "C.UTF-8");
+    std::setlocale(LC_NUMERIC, "C");
+}
+
+char32_t toUpper(char32_t character) {
+    static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    return unicode ? static_cast<char32_t>(towupper_l(static_cast<wint_t>(character), unicode)) : character;
+}
+
+void setLibrarySearchFolder(const wxString&) {}
+
+std::vector<wxString> commandLineArguments(int argc, char** argv) {
+    std::vector<wxString> arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments.push_back(wxString::FromUTF8(argv[i]));
+    return arguments;
+}
+
+bool isTerminal(std::FILE* stream) {
+    return isatty(fileno(stream)) == 1;
+}
+
+std::vector<int> stopSignals() {
+    return {SIGINT, SIGTERM, SIGHUP};
+}
+
+void ignoreWriteSignals() {
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+} // namespace platform

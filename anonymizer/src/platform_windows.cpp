@@ -1,0 +1,150 @@
+#include "platform.h"
+
+#include <cerrno>
+#include <clocale>
+#include <csignal>
+#include <functional>
+#include <memory>
+
+#include <io.h>
+#include <windows.h>
+
+#include <shellapi.h>
+
+namespace platform {
+namespace {
+
+struct CloseHandleOnExit {
+    using pointer = HANDLE;
+    void operator()(HANDLE handle) const noexcept { CloseHandle(handle); }
+};
+using Handle = std::unique_ptr<HANDLE, CloseHandleOnExit>;
+
+/// Empty when the file can't be opened.
+Handle openExisting(const wxString& path, DWORD access) {
+    const HANDLE handle =
+        CreateFileW(path.wc_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    return Handle(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
+}
+
+bool identify(const wxString& path, BY_HANDLE_FILE_INFORMATION& information) {
+    const Handle file = openExisting(path, 0);
+    return file && GetFileInformationByHandle(file.get(), &information);
+}
+
+} // namespace
+
+bool isSameFile(const wxString& first, const wxString& second) {
+    BY_HANDLE_FILE_INFORMATION a = {};
+    BY_HANDLE_FILE_INFORMATION b = {};
+    return identify(first, a) && identify(second, b) && a.dwVolumeSerialNumber == b.dwVolumeSerialNumber &&
+           a.nFileIndexHigh == b.nFileIndexHigh && a.nFileIndexLow == b.nFileIndexLow;
+}
+
+bool replaceFile(const wxString& from, const wxString& to) {
+    return MoveFileExW(from.wc_str(), to.wc_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
+}
+
+bool syncToDisk(const wxString& path) {
+    const Handle file = openExisting(path, GENERIC_WRITE);
+    return file && FlushFileBuffers(file.get());
+}
+
+bool createFile(const wxString& path) {
+    const HANDLE handle =
+        CreateFileW(path.wc_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (handle != INVALID_HANDLE_VALUE)
+        return CloseHandle(handle) != 0;
+    switch (GetLastError()) {
+    case ERROR_FILE_EXISTS:
+    case ERROR_ALREADY_EXISTS:
+        errno = EEXIST;
+        break;
+    case ERROR_PATH_NOT_FOUND:
+        errno = ENOENT;
+        break;
+    case ERROR_DISK_FULL:
+        errno = ENOSPC;
+        break;
+    default:
+        errno = EACCES;
+    }
+    return false;
+}
+
+bool removeFile(const wxString& path) {
+    return DeleteFileW(path.wc_str()) != 0;
+}
+
+// A mutex named after the folder: the file system here locks files only.
+FolderLock::FolderLock(const wxString& folder) : handle_(0) {
+    if (GetFileAttributesW(folder.wc_str()) == INVALID_FILE_ATTRIBUTES)
+        return;
+    const std::size_t hash = std::hash<std::wstring>()(folder.Lower().ToStdWstring());
+    const wxString name = wxString::Format("Local\\TarvexShroud-%llx", static_cast<unsigned long long>(hash));
+    const HANDLE mutex = CreateMutexW(nullptr, FALSE, name.wc_str());
+    if (!mutex)
+        return;
+    const DWORD result = WaitForSingleObject(mutex, INFINITE);
+    if (result == WAIT_OBJECT_0 || result == WAIT_ABANDONED)
+        handle_ = reinterpret_cast<std::intptr_t>(mutex);
+    else
+        CloseHandle(mutex);
+}
+
+FolderLock::~FolderLock() {
+    if (!handle_)
+        return;
+    const auto mutex = reinterpret_cast<HANDLE>(handle_);
+    ReleaseMutex(mutex);
+    CloseHandle(mutex);
+}
+
+bool FolderLock::isHeld() const {
+    return handle_ != 0;
+}
+
+void prepareProcess() {
+    setTextEncoding();
+}
+
+void setTextEncoding() {
+    std::setlocale(LC_CTYPE, ".UTF-8");
+    std::setlocale(LC_NUMERIC, "C");
+}
+
+char32_t toUpper(char32_t character) {
+    if (character > 0xFFFF)
+        return character;
+    const auto from = static_cast<wchar_t>(character);
+    wchar_t to = from;
+    LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, &from, 1, &to, 1, nullptr, nullptr, 0);
+    return to;
+}
+
+void setLibrarySearchFolder(const wxString& folder) {
+    SetDllDirectoryW(folder.wc_str());
+}
+
+std::vector<wxString> commandLineArguments(int, char**) {
+    std::vector<wxString> arguments;
+    int count = 0;
+    wchar_t** texts = CommandLineToArgvW(GetCommandLineW(), &count);
+    for (int i = 1; texts && i < count; ++i)
+        arguments.push_back(texts[i]);
+    LocalFree(texts);
+    return arguments;
+}
+
+bool isTerminal(std::FILE* stream) {
+    return _isatty(_fileno(stream)) != 0;
+}
+
+std::vector<int> stopSignals() {
+    return {SIGINT, SIGTERM, SIGBREAK};
+}
+
+void ignoreWriteSignals() {}
+
+} // namespace platform

@@ -1,0 +1,158 @@
+#include "settings.h"
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include <wx/fileconf.h>
+#include <wx/filename.h>
+#include <wx/log.h>
+#include <wx/sstream.h>
+#include <wx/stdpaths.h>
+#include <wx/textfile.h>
+#include <wx/wfstream.h>
+
+#include "platform.h"
+
+namespace settings {
+namespace {
+
+/// Where the data folder belongs, whether or not it exists.
+wxString folderPath() {
+    static const bool layoutChosen = [] {
+        wxStandardPaths::Get().SetFileLayout(wxStandardPaths::FileLayout_XDG);
+        return true;
+    }();
+    (void)layoutChosen;
+    return wxStandardPaths::Get().GetUserConfigDir() + wxFileName::GetPathSeparator() + "Tarvex Shroud";
+}
+
+bool createFolder(const wxString& folder) {
+    return wxFileName::DirExists(folder) || wxFileName::Mkdir(folder, 0777, wxPATH_MKDIR_FULL);
+}
+
+bool isSafeName(const wxString& name) {
+    return !name.empty() && std::all_of(name.begin(), name.end(), [](const wxUniChar& character) {
+        return character.IsAscii() && (wxIsalnum(character) || wxString("_-.").Contains(character));
+    });
+}
+
+/// The library raises assertions on some malformed lines, and loses keys after others: it never sees them.
+bool isSafeLine(wxString line) {
+    line.Trim(true).Trim(false);
+    if (line.empty() || line[0] == '#' || line[0] == ';')
+        return true;
+    if (std::any_of(line.begin(), line.end(), [](const wxUniChar& character) { return character < 32; }))
+        return false;
+    if (line[0] == '[')
+        return line.Last() == ']' && isSafeName(line.Mid(1, line.length() - 2));
+    return line.Contains("=") && isSafeName(line.BeforeFirst('=').Trim(true));
+}
+
+/// The lines of the file worth keeping, when there are others as well; nothing for a file in order.
+std::optional<wxString> salvage(const wxString& path) {
+    wxTextFile file;
+    if (!wxFileName::FileExists(path) || !file.Open(path, wxConvAuto()))
+        return std::nullopt;
+    wxString kept;
+    bool isDamaged = false;
+    for (std::size_t i = 0; i < file.GetLineCount(); ++i) {
+        if (isSafeLine(file[i]))
+            kept += file[i] + "\n";
+        else
+            isDamaged = true;
+    }
+    return isDamaged ? std::optional<wxString>(kept) : std::nullopt;
+}
+
+/// The file in memory. Changes are not saved on destruction.
+std::unique_ptr<wxFileConfig> load(const wxString& path) {
+    const wxLogNull silence;
+    std::unique_ptr<wxFileConfig> config;
+    if (const std::optional<wxString> salvaged = salvage(path)) {
+        wxStringInputStream lines(*salvaged);
+        config = std::make_unique<wxFileConfig>(lines, wxConvUTF8);
+    } else {
+        // Company and product only label the object. Local file only: with an empty global name the library
+        // would still read a global file of its own choice.
+        config = std::make_unique<wxFileConfig>("Harmo Labs", "Tarvex Shroud", path, wxString(),
+                                                wxCONFIG_USE_LOCAL_FILE);
+    }
+    config->DisableAutoSave();
+    return config;
+}
+
+/// Replaces the file in one step; the library's own `Flush` first removes the old one.
+bool save(wxFileConfig& config, const wxString& path) {
+    const wxString draft = wxFileName::CreateTempFileName(path);
+    if (draft.empty())
+        return false;
+    wxFileOutputStream stream(draft);
+    if (stream.IsOk() && config.Save(stream) && stream.Close() && platform::syncToDisk(draft) &&
+        platform::replaceFile(draft, path))
+        return true;
+    platform::removeFile(draft);
+    return false;
+}
+
+/// Loads the file, lets `edit` change it and saves it, alone among all writers. `edit` returns false to leave
+/// the file as it is.
+template <class Edit>
+void change(Edit edit) {
+    static std::mutex mutex; // where the file system knows no locks, at least the threads are kept apart
+    const std::lock_guard<std::mutex> threads(mutex);
+    const wxString path = configPath();
+    const platform::FolderLock processes(folderPath());
+    const auto config = load(path);
+    if (edit(*config))
+        save(*config, path);
+}
+
+} // namespace
+
+wxString dataFolder() {
+    const wxString folder = folderPath();
+    return createFolder(folder) ? folder : wxString();
+}
+
+wxString configPath() {
+    const wxString folder = folderPath();
+    createFolder(folder);
+    return folder + wxFileName::GetPathSeparator() + "config.ini";
+}
+
+int32_t readInt(const wxString& key) {
+    const auto config = load(configPath());
+    long value = 0;
+    if (!config->Read(key, &value))
+        return 0;
+    using Limits = std::numeric_limits<int32_t>;
+    return value < Limits::min() || value > Limits::max() ? 0 : static_cast<int32_t>(value);
+}
+
+bool readBool(const wxString& key) {
+    const auto config = load(configPath());
+    bool value = false;
+    return config->Read(key, &value) && value;
+}
+
+void writeInt(const wxString& key, int32_t value) {
+    change([&](wxFileConfig& config) { return config.Write(key, static_cast<long>(value)); });
+}
+
+void writeBool(const wxString& key, bool value) {
+    change([&](wxFileConfig& config) { return config.Write(key, value); });
+}
+
+void writeFirstRunDefaults() {
+    change([](wxFileConfig& config) {
+        if (wxFileName::FileExists(configPath()))
+            return false;
+        return config.Write(kGpu, true) && config.Write(kPreblurSeconds, 1L) &&
+               config.Write(kUserLanguage, false) && config.Write(kLanguage, 0L);
+    });
+}
+
+} // namespace settings
