@@ -11,6 +11,7 @@ extern "C" {
 #include <libavutil/error.h>
 #include <libavutil/frame.h>
 #include <libavutil/log.h>
+#include <libavutil/mem.h>
 #include <libswscale/swscale.h>
 }
 
@@ -26,6 +27,10 @@ void setRanges(SwsContext* scaler, int32_t matrix, bool sourceFull, bool targetF
 }
 
 } // namespace
+
+void BufferDeleter::operator()(uint8_t* memory) const noexcept {
+    av_free(memory);
+}
 
 void CodecContextDeleter::operator()(AVCodecContext* context) const noexcept {
     avcodec_free_context(&context);
@@ -72,10 +77,10 @@ wxString errorText(int code) {
 
 std::string filePath(const wxString& path) {
     wxFileName name(path);
-    if (!name.IsAbsolute())
-        name.Normalize(wxPATH_NORM_ABSOLUTE);
-    else
+    if (name.IsAbsolute())
         return path.utf8_string();
+    // No other normalisation: ".." behind a link is not the folder before it.
+    name.Normalize(wxPATH_NORM_ABSOLUTE);
     return name.GetFullPath().utf8_string();
 }
 

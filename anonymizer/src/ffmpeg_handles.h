@@ -16,6 +16,10 @@ struct SwsContext;
 /// Needs no FFmpeg header to be included.
 namespace ffmpeg {
 
+/// For memory of the library's own allocator.
+struct BufferDeleter {
+    void operator()(uint8_t* memory) const noexcept;
+};
 /// Frees the context and what it holds; an open decoder or encoder is closed.
 struct CodecContextDeleter {
     void operator()(AVCodecContext* context) const noexcept;
@@ -38,6 +42,7 @@ struct ScalerDeleter {
     void operator()(SwsContext* context) const noexcept;
 };
 
+using Buffer = std::unique_ptr<uint8_t, BufferDeleter>;
 using CodecContext = std::unique_ptr<AVCodecContext, CodecContextDeleter>;
 using Input = std::unique_ptr<AVFormatContext, InputDeleter>;
 using Output = std::unique_ptr<AVFormatContext, OutputDeleter>;

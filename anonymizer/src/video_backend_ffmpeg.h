@@ -90,7 +90,10 @@ private:
     bool openCodec();
     bool fail(int code);
     bool decodeNext(FrameDetails* details);
-    bool deliver(const FrameDetails& details, FrameDetails* out);
+    bool decodePacket(FrameDetails* details);
+    bool isWanted(const AVFrame& frame);
+    bool scale(SwsContext* scaler, uint8_t* target, std::size_t stride);
+    int32_t colorMatrix() const;
 
     /// Decode timestamp of the frame a pending seek must reach; any value is a valid one.
     int64_t seekTargetDts_ = -1;
@@ -100,6 +103,9 @@ private:
     /// Filled like the working one and never opened.
     ffmpeg::CodecContext unusedCodecContext_;
     ffmpeg::CodecContext codecContext_;
+    /// Pixels, as the stream's header has them; the codec context's change with the pictures.
+    int32_t width_ = 0;
+    int32_t height_ = 0;
     ffmpeg::FrameHandle frame_;
     ffmpeg::PacketHandle packet_;
     std::vector<int> videoStreams_;
@@ -112,7 +118,8 @@ private:
     bool scanned_ = false;
     bool variableRate_ = false;
     /// Rows padded for the scaler, which writes whole blocks of pixels.
-    std::vector<uint8_t> paddedRows_;
+    ffmpeg::Buffer paddedRows_;
+    std::size_t paddedRowsSize_ = 0;
     const std::atomic<bool>* interrupt_ = nullptr;
     wxString path_;
     wxString error_;

@@ -1,0 +1,347 @@
+#include "video_backend_ffmpeg.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <utility>
+
+#include <wx/log.h>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libswscale/swscale.h>
+}
+
+namespace {
+
+/// Pixels that the scaler may write at once.
+constexpr int32_t kScalerBlock = 32;
+
+bool isFullRange(const AVFrame& frame) {
+    switch (frame.format) {
+    case AV_PIX_FMT_YUVJ411P:
+    case AV_PIX_FMT_YUVJ420P:
+    case AV_PIX_FMT_YUVJ422P:
+    case AV_PIX_FMT_YUVJ440P:
+    case AV_PIX_FMT_YUVJ444P:
+        return true;
+    default:
+        return frame.color_range == AVCOL_RANGE_JPEG;
+    }
+}
+
+/// True when the pictures do not follow each other evenly. Time stamps of a constant rate lie within a tick
+/// of a straight line, whatever the container's units. `timestamps` in display order.
+bool isUneven(const std::vector<int64_t>& timestamps) {
+    if (timestamps.size() < 3)
+        return false;
+    const auto first = static_cast<double>(timestamps.front());
+    const double interval =
+        (static_cast<double>(timestamps.back()) - first) / static_cast<double>(timestamps.size() - 1);
+    const double allowed = std::max(1.5, interval / 10);
+    for (std::size_t i = 0; i < timestamps.size(); ++i)
+        if (std::abs(static_cast<double>(timestamps[i]) - first - static_cast<double>(i) * interval) >
+            allowed)
+            return true;
+    return false;
+}
+
+} // namespace
+
+Frame_ffmpeg::Frame_ffmpeg(pxl::Image image, int64_t frameIndex)
+    : image_(std::move(image)), frameIndex_(frameIndex) {}
+
+const pxl::Image* Frame_ffmpeg::image() const {
+    return &image_;
+}
+
+int64_t Frame_ffmpeg::frameIndex() const {
+    return frameIndex_;
+}
+
+Decoder_ffmpeg::Decoder_ffmpeg() {
+    ffmpeg::initialiseOnce();
+}
+
+Decoder_ffmpeg::~Decoder_ffmpeg() = default;
+
+int Decoder_ffmpeg::interrupted(void* decoder) {
+    const auto* flag = static_cast<const Decoder_ffmpeg*>(decoder)->interrupt_;
+    return flag && flag->load() ? 1 : 0;
+}
+
+void Decoder_ffmpeg::setInterrupt(const std::atomic<bool>* flag) {
+    interrupt_ = flag;
+}
+
+bool Decoder_ffmpeg::open(const wxString& path) {
+    close();
+    path_ = path;
+    error_.clear();
+    frame_.reset(av_frame_alloc());
+    packet_.reset(av_packet_alloc());
+    if (frame_ && packet_ && openFile(path) && openCodec())
+        return true;
+    close();
+    return false;
+}
+
+bool Decoder_ffmpeg::openFile(const wxString& path) {
+    AVFormatContext* format = avformat_alloc_context();
+    if (!format)
+        return false;
+    format->interrupt_callback = {&Decoder_ffmpeg::interrupted, this};
+    // Frees the context when it fails.
+    int result = avformat_open_input(&format, ffmpeg::filePath(path).c_str(), nullptr, nullptr);
+    if (result < 0)
+        return fail(result);
+    format_.reset(format);
+    result = avformat_find_stream_info(format, nullptr);
+    if (result < 0)
+        return fail(result);
+    for (unsigned i = 0; i < format->nb_streams; ++i) {
+        const AVMediaType type = format->streams[i]->codecpar->codec_type;
+        if (type == AVMEDIA_TYPE_VIDEO)
+            videoStreams_.push_back(static_cast<int>(i));
+        else if (type == AVMEDIA_TYPE_AUDIO)
+            audioStreams_.push_back(static_cast<int>(i));
+    }
+    if (videoStreams_.empty())
+        return false;
+    streamIndex_ = videoStreams_.front();
+    return true;
+}
+
+bool Decoder_ffmpeg::openCodec() {
+    const AVCodecParameters* parameters = format_->streams[streamIndex_]->codecpar;
+    const AVCodec* codec = avcodec_find_decoder(parameters->codec_id);
+    if (!codec || parameters->width < 1 || parameters->height < 1)
+        return false;
+    unusedCodecContext_.reset(avcodec_alloc_context3(codec));
+    codecContext_.reset(avcodec_alloc_context3(codec));
+    for (AVCodecContext* context : {unusedCodecContext_.get(), codecContext_.get()})
+        if (!context || avcodec_parameters_to_context(context, parameters) != 0)
+            return false;
+    const int result = avcodec_open2(codecContext_.get(), codec, nullptr);
+    if (result < 0)
+        return fail(result);
+    width_ = codecContext_->width;
+    height_ = codecContext_->height;
+    return true;
+}
+
+bool Decoder_ffmpeg::fail(int code) {
+    error_ = ffmpeg::errorText(code);
+    wxLogError("[DecoderFFMPEG] %s", error_);
+    return false;
+}
+
+void Decoder_ffmpeg::close() {
+    frame_.reset();
+    packet_.reset();
+    codecContext_.reset();
+    unusedCodecContext_.reset();
+    format_.reset();
+    videoStreams_.clear();
+    audioStreams_.clear();
+    streamIndex_ = -1;
+    currentFrame_ = 0;
+    seekPending_ = false;
+    frameDts_.clear();
+    scanned_ = false;
+    variableRate_ = false;
+    paddedRows_.reset();
+    paddedRowsSize_ = 0;
+}
+
+bool Decoder_ffmpeg::next() {
+    return decodeNext(nullptr);
+}
+
+bool Decoder_ffmpeg::decodeNext(FrameDetails* details) {
+    if (!codecContext_)
+        return false;
+    av_frame_unref(frame_.get());
+    while (!interrupted(this) && av_read_frame(format_.get(), packet_.get()) >= 0) {
+        bool delivered = false;
+        if (packet_->stream_index == streamIndex_)
+            delivered = decodePacket(details);
+        av_packet_unref(packet_.get());
+        if (delivered)
+            return true;
+    }
+    // Otherwise a target that never came up would swallow whatever is played next.
+    seekPending_ = false;
+    return false;
+}
+
+/// True when the packet gave a frame to deliver.
+bool Decoder_ffmpeg::decodePacket(FrameDetails* details) {
+    int result = avcodec_send_packet(codecContext_.get(), packet_.get());
+    while (result >= 0) {
+        result = avcodec_receive_frame(codecContext_.get(), frame_.get());
+        if (result < 0)
+            break;
+        if (!isWanted(*frame_))
+            continue;
+        if (details)
+            *details = {
+                packet_->dts,
+                packet_->pts,
+                frame_->pts,
+                frame_->pkt_dts,
+#if LIBAVUTIL_VERSION_INT >= AV_VERSION_INT(58, 29, 100)
+                (frame_->flags & AV_FRAME_FLAG_KEY) != 0
+#else
+                frame_->key_frame != 0
+#endif
+            };
+        return true;
+    }
+    return false;
+}
+
+/// Numbers the frame, unless it lies before the target of a pending seek.
+bool Decoder_ffmpeg::isWanted(const AVFrame& frame) {
+    if (!seekPending_) {
+        ++currentFrame_;
+        return true;
+    }
+    if (frame.pkt_dts != seekTargetDts_)
+        return false;
+    currentFrame_ = seekTargetFrame_;
+    seekPending_ = false;
+    seekTargetDts_ = -1;
+    seekTargetFrame_ = -1;
+    return true;
+}
+
+void Decoder_ffmpeg::scan(video::Progress& progress) {
+    if (!codecContext_)
+        return;
+    progress.total = format_->streams[streamIndex_]->nb_frames;
+    progress.done = 0;
+    seekPending_ = false;
+    frameDts_.clear();
+    frameDts_[0] = 0;
+    std::vector<int64_t> timestamps;
+    FrameDetails details;
+    while (!progress.stop && decodeNext(&details)) {
+        ++progress.done;
+        frameDts_[progress.done] = details.framePacketDts;
+        if (details.framePts != AV_NOPTS_VALUE)
+            timestamps.push_back(details.framePts);
+        if (progress.onProgress)
+            progress.onProgress();
+    }
+    scanned_ = true;
+    variableRate_ = isUneven(timestamps);
+    reset();
+}
+
+bool Decoder_ffmpeg::convert(pxl::Image& target) {
+    if (!frame_ || !frame_->data[0] || target.empty())
+        return false;
+    const ffmpeg::Scaler scaler(sws_getContext(
+        frame_->width, frame_->height, static_cast<AVPixelFormat>(frame_->format), target.width,
+        target.height, AV_PIX_FMT_RGBA, SWS_FAST_BILINEAR, nullptr, nullptr, nullptr));
+    if (!scaler)
+        return false;
+    ffmpeg::setYuvToRgb(scaler.get(), colorMatrix(), isFullRange(*frame_));
+
+    auto* pixels = reinterpret_cast<uint8_t*>(target.pixels);
+    const std::size_t rowBytes = 4 * static_cast<std::size_t>(target.width);
+    if (target.width % kScalerBlock == 0)
+        return scale(scaler.get(), pixels, rowBytes);
+
+    // The scaler writes whole blocks of pixels: into rows of any other width it would write past the end, or
+    // leave the last columns as they were.
+    const std::size_t blocks = (static_cast<std::size_t>(target.width) + kScalerBlock - 1) / kScalerBlock;
+    const std::size_t paddedBytes = 4 * blocks * kScalerBlock;
+    const std::size_t wanted = paddedBytes * static_cast<std::size_t>(target.height);
+    if (paddedRowsSize_ < wanted) {
+        paddedRows_.reset(static_cast<uint8_t*>(av_malloc(wanted)));
+        paddedRowsSize_ = paddedRows_ ? wanted : 0;
+    }
+    if (!paddedRows_ || !scale(scaler.get(), paddedRows_.get(), paddedBytes))
+        return false;
+    for (std::size_t row = 0; row < static_cast<std::size_t>(target.height); ++row)
+        std::memcpy(pixels + row * rowBytes, paddedRows_.get() + row * paddedBytes, rowBytes);
+    return true;
+}
+
+bool Decoder_ffmpeg::scale(SwsContext* scaler, uint8_t* target, std::size_t stride) {
+    uint8_t* const planes[] = {target, nullptr, nullptr, nullptr};
+    const int strides[] = {static_cast<int>(stride), 0, 0, 0};
+    return sws_scale(scaler, frame_->data, frame_->linesize, 0, frame_->height, planes, strides) > 0;
+}
+
+int32_t Decoder_ffmpeg::colorMatrix() const {
+    const AVColorSpace matrix = format_->streams[streamIndex_]->codecpar->color_space;
+    // A stream of RGB pictures has none.
+    return matrix == AVCOL_SPC_RGB ? video::kColorMatrixUnspecified : static_cast<int32_t>(matrix);
+}
+
+int64_t Decoder_ffmpeg::frameIndex() const {
+    return currentFrame_;
+}
+
+void Decoder_ffmpeg::reset() {
+    if (!codecContext_)
+        return;
+    int result = avcodec_send_packet(codecContext_.get(), nullptr);
+    while (result >= 0)
+        result = avcodec_receive_frame(codecContext_.get(), frame_.get());
+    avcodec_flush_buffers(codecContext_.get());
+    currentFrame_ = 0;
+}
+
+bool Decoder_ffmpeg::seek(int frame) {
+    if (frame < 1 || !codecContext_)
+        return false;
+    video::VideoInfo stated;
+    if (frame > info(stated).frameCount)
+        return false;
+    reset();
+    const int64_t landing = std::max<int64_t>(0, static_cast<int64_t>(frame) - codecContext_->gop_size -
+                                                     codecContext_->delay - 1);
+    if (av_seek_frame(format_.get(), streamIndex_, frameDts_[landing], AVSEEK_FLAG_BACKWARD) < 0)
+        return false;
+    seekTargetDts_ = frameDts_[frame];
+    seekTargetFrame_ = frame;
+    seekPending_ = true;
+    return true;
+}
+
+video::VideoInfo& Decoder_ffmpeg::info(video::VideoInfo& out) {
+    out = {};
+    out.path = path_;
+    if (!codecContext_)
+        return out;
+    const AVStream* stream = format_->streams[streamIndex_];
+    if (format_->duration != AV_NOPTS_VALUE)
+        out.durationSec = format_->duration / AV_TIME_BASE;
+    out.frameCount = scanned_ ? static_cast<int64_t>(frameDts_.size()) - 1 : stream->nb_frames;
+    out.width = width_;
+    out.height = height_;
+    out.fps = static_cast<double>(stream->r_frame_rate.num) / static_cast<double>(stream->r_frame_rate.den);
+    out.bitRate = static_cast<int32_t>(codecContext_->bit_rate);
+    out.gopSize = codecContext_->gop_size;
+    out.isH264 = stream->codecpar->codec_id == AV_CODEC_ID_H264;
+    out.seeksToPts = (format_->iformat->flags & AVFMT_SEEK_TO_PTS) != 0;
+    out.colorMatrix = colorMatrix();
+    return out;
+}
+
+wxString Decoder_ffmpeg::lastError() const {
+    return error_;
+}
+
+StreamTraits Decoder_ffmpeg::traits() const {
+    StreamTraits traits;
+    if (codecContext_)
+        traits.codec = wxString::FromUTF8(avcodec_get_name(codecContext_->codec_id));
+    traits.variableRate = variableRate_;
+    return traits;
+}
