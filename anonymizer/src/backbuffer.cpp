@@ -11,13 +11,19 @@ uint64_t pack(pxl::Size size) {
 
 Backbuffer::Backbuffer(pxl::Size size) : packed_(pack(size)) {}
 
-void Backbuffer::resize(pxl::Size size) { packed_ = pack(size); }
+void Backbuffer::resize(pxl::Size size) {
+    packed_ = pack(size);
+}
 
 pxl::Size Backbuffer::size() const {
     const uint64_t packed = packed_;
     return {static_cast<int32_t>(packed >> 32), static_cast<int32_t>(packed & 0xffffffffu)};
 }
 
-void Backbuffer::clear(pxl::Color color) { pxl::clearWindow(color); }
+void Backbuffer::clear(pxl::Color color) {
+    pxl::clearWindow(color);
+}
 
-std::shared_ptr<pxl::Texture> Backbuffer::texture() const { return nullptr; }
+std::shared_ptr<pxl::Texture> Backbuffer::texture() const {
+    return nullptr;
+}

@@ -27,8 +27,8 @@ pxl::RectF rectF(int32_t x, int32_t y, int32_t width, int32_t height) {
 void setProjection(pxl::Material& material, view::Size window) {
     const float width = static_cast<float>(std::max(window.width, 1));
     const float height = static_cast<float>(std::max(window.height, 1));
-    const float matrix[16] = {2 / width, 0, 0, 0, 0,  -2 / height, 0,              0,
-                              0,         0, -0.0010000100592f, 0, -1, 1, -1.00001e-05f, 1};
+    const float matrix[16] = {2 / width,     0, 0, 0, 0, -2 / height, 0, 0, 0, 0, -0.0010000100592f, 0, -1, 1,
+                              -1.00001e-05f, 1};
     material.setMatrix("u_matrix", matrix);
 }
 
@@ -169,9 +169,8 @@ void CanvasPainter::drawPicture(const CanvasPicture& picture, const view::Mappin
         if (entry.id != blurtrack::kAnonymousBlurId || entry.score >= picture.threshold)
             drawPatch(patch, clipped(entry, frame), kBlurFrame, frame);
     if (picture.brushShown)
-        drawPatch(patch,
-                  brush::square(mapping.videoPixel(picture.brushPosition), picture.brushSize, frame), kWhite,
-                  frame);
+        drawPatch(patch, brush::square(mapping.videoPixel(picture.brushPosition), picture.brushSize, frame),
+                  kWhite, frame);
     if (picture.hovering && picture.hoverId != blurtrack::kNoBlurId) {
         const auto hovered =
             std::find_if(entries_.begin(), entries_.end(),

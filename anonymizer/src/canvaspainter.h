@@ -58,8 +58,8 @@ private:
     void writeMosaic(pxl::Texture& texture, const pxl::Image& image, int32_t block);
     bool copyEntries(int64_t frame);
     void drawPicture(const CanvasPicture& picture, const view::Mapping& mapping);
-    void drawPatch(const std::shared_ptr<pxl::Texture>& texture, const view::Rect& rect, pxl::Color frameColor,
-                   view::Size frame);
+    void drawPatch(const std::shared_ptr<pxl::Texture>& texture, const view::Rect& rect,
+                   pxl::Color frameColor, view::Size frame);
 
     std::shared_ptr<pxl::RenderTarget> target_;
     std::unique_ptr<pxl::Batch> batch_;
