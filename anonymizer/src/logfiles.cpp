@@ -1,8 +1,13 @@
 #include "logfiles.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
 #include <ctime>
+#include <exception>
 #include <memory>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -18,6 +23,11 @@ namespace logfiles {
 namespace {
 
 constexpr size_t kKept = 10;
+
+constexpr const char* kTimeStamp = "%Y-%m-%d %H:%M:%S";
+
+/// This run's file; null before it is open. Open until the process ends.
+std::atomic<std::FILE*> logFile{nullptr};
 
 struct LogFile {
     wxString path;
@@ -37,6 +47,27 @@ wxArrayString listLogFiles(const wxString& folder) {
     return paths;
 }
 
+/// The GUI library's log may be what failed, or its lock may be held: this line goes round it.
+[[noreturn]] void endWithLogLine() {
+    std::string reason = "of an unknown kind";
+    try {
+        if (const std::exception_ptr exception = std::current_exception())
+            std::rethrow_exception(exception);
+        reason = "none under way";
+    } catch (const std::exception& exception) {
+        reason = exception.what();
+    } catch (...) {
+    }
+    char time[32] = "";
+    const std::time_t now = std::time(nullptr);
+    if (const std::tm* local = std::localtime(&now))
+        std::strftime(time, sizeof time, kTimeStamp, local);
+    std::FILE* target = logFile ? logFile.load() : stderr;
+    std::fprintf(target, "%s: Error: Unhandled exception: %s\n", time, reason.c_str());
+    std::fflush(target);
+    std::abort();
+}
+
 } // namespace
 
 wxString nameFor(const wxDateTime& start) {
@@ -54,7 +85,8 @@ void logTo(const wxString& path) {
         return;
     }
     auto target = std::make_unique<wxLogStderr>(file, wxConvUTF8);
-    wxLog::SetTimestamp("%Y-%m-%d %H:%M:%S");
+    wxLog::SetTimestamp(kTimeStamp);
+    logFile = file;
     delete wxLog::SetActiveTarget(target.release());
 }
 
@@ -91,6 +123,10 @@ void delOldLogFiles(const wxString& folder, const wxString& current) {
         else
             wxLogError("Failed to remove log file: %s", file.path);
     }
+}
+
+void logUnhandledExceptions() {
+    std::set_terminate(endWithLogLine);
 }
 
 } // namespace logfiles

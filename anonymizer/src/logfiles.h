@@ -18,4 +18,8 @@ void logTo(const wxString& path);
 /// done is logged.
 void delOldLogFiles(const wxString& folder, const wxString& current);
 
+/// From now on an exception that nobody catches, on any thread, leaves an error line in the log file (on
+/// standard error while there is none) before the process ends.
+void logUnhandledExceptions();
+
 } // namespace logfiles

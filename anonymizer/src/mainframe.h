@@ -7,7 +7,6 @@
 
 #include <wx/frame.h>
 
-#include "commands.h"
 #include "exportworker.h"
 #include "orderedcalls.h"
 #include "progressdisplay.h"
@@ -31,23 +30,29 @@ public:
     /// Ends the playback thread.
     ~MainFrame() override;
 
-    /// Replaces the open video and forgets all blurs. Asynchronous from the pre-processing on; a failure
-    /// is shown in a message box. Does nothing while a worker runs.
+    /// Replaces the open video and forgets all blurs. Pre-processing goes on when it returns; a failure is
+    /// shown in a message box. Does nothing while a worker runs.
     void openVideo(const wxString& path);
 
-    /// Makes the opened and pre-processed video editable. From another thread it queues itself.
-    void onReady();
+    /// Makes the video of that open editable once it is pre-processed; nothing happens when another one was
+    /// opened since. From another thread it queues itself.
+    void onReady(int64_t openNumber);
 
     /// Starts the detection pass on the open video. Does nothing while a worker runs.
     void OnAI(wxCommandEvent& event);
+
+    /// Writes the anonymised copy of the open video. Refusals and failures are message boxes. Does nothing
+    /// while a worker runs.
+    void exportTo(const wxString& outputPath);
 
     /// True while a dropped video must be refused: one is being pre-processed or a worker runs.
     bool refusesVideos() const;
 
     void showHint(const wxString& text);
-
     /// Adds one more bar with the error icon under the picture; the user closes it.
     void showInfoBar(const wxString& text);
+    /// Paints the picture again soon.
+    void refreshPicture();
 
     /// The workers' progress sink: any thread, never blocks, one thread's calls keep their order.
     void start(const wxString& title, const wxString& message, int32_t total) override;
@@ -55,31 +60,34 @@ public:
     void finish() override;
 
 private:
-    friend class ScanProgress;
+    enum class Worker { None, Detection, Export };
 
     void buildMenus();
-    void buildFileMenu();
-    void buildToolsMenu();
-    void buildHelpMenu();
-    wxMenu* buildAiSettingsMenu();
-    void checkSettings();
+    wxMenu* buildFileMenu();
+    wxMenu* buildToolsMenu();
+    wxMenu* buildAiMenu();
+    wxMenu* buildHelpMenu();
     void bindCommands();
-    void buildContents();
-    /// The items too: a disabled menu's accelerators work on.
+    /// Checks the items of what is in force; a stored number without an item checks none.
+    void checkSettings();
+    /// Of the Tools menu the items too: a disabled menu's accelerators work on.
     void enableEditing(bool enabled);
+    void loadIcon();
+    void buildContents();
 
     void onOpen();
     void onExport();
     void onReset();
-    void onChoice(wxCommandEvent& event);
+    void onChoice(int id);
     void onClose(wxCloseEvent& event);
 
-    void exportTo(const wxString& outputPath);
-    void onExportDone(ExportResult result, const wxString& outputPath, const wxString& reason);
     void closeVideo();
     void readyVideo();
-    void showNotices(const video::VideoInfo& info);
-    void showError(const wxString& text);
+    wxInfoBarGeneric* addBar(const wxString& text, int icon);
+    void showError(const wxString& text, const wxString& advice = {});
+    void onExportDone(ExportResult result, const wxString& outputPath, const wxString& reason);
+    /// Zeros and an empty path when no video is ready.
+    video::VideoInfo videoInfo() const;
     /// Runs `call` on the user-interface thread, after all calls queued before it. Any thread.
     void queue(std::function<void()> call);
 
@@ -95,8 +103,11 @@ private:
     VideoCanvas2* canvas_ = nullptr;
     wxPanel* bottomPanel_ = nullptr;
     wxStaticText* hintLine_ = nullptr;
+    /// What the hint line was made from: it is laid out again only when one of them changes.
     wxString hintShown_;
+    int hintWidth_ = 0;
 
+    /// Outlives the player that reports to it.
     std::unique_ptr<ScanProgress> scanProgress_;
     std::unique_ptr<VideoPlayer> player_;
     ProgressDisplay progress_;
@@ -105,11 +116,11 @@ private:
     wxString videoPath_;
     /// Which open a queued call belongs to: calls of an earlier video must not act on a later one.
     int64_t openNumber_ = 0;
-    /// From the start of a detection or export worker to the end of it. A video opened meanwhile would take
-    /// the blurs away from the rest of the export.
-    bool workerRunning_ = false;
-    /// Bars about the open video, removed with it.
+    /// From the start of a worker to its end. A video opened meanwhile would take the blurs away from the
+    /// rest of an export, and what it should hide would go out clear.
+    Worker worker_ = Worker::None;
+    /// Bars about the open video, taken away with it.
     std::vector<wxInfoBarGeneric*> notices_;
-    /// Where the file dialogs start.
+    /// Where the file dialogs start; empty before the first file of this run.
     wxString lastFolder_;
 };

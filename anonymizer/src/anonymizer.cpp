@@ -1,0 +1,100 @@
+#include "anonymizer.h"
+
+#include <algorithm>
+#include <exception>
+
+#include <wx/cmdline.h>
+#include <wx/datetime.h>
+#include <wx/filename.h>
+#include <wx/image.h>
+#include <wx/log.h>
+#include <wx/stdpaths.h>
+#include <wx/sysopt.h>
+
+#include "ai_doriq.h"
+#include "hints.h"
+#include "languages.h"
+#include "logfiles.h"
+#include "mainframe.h"
+#include "platform.h"
+#include "pxl/log.h"
+#include "settings.h"
+#include "switches.h"
+
+namespace {
+
+constexpr const char* kName = "Tarvex Shroud";
+const wxSize kFrameSize(800, 580);
+
+} // namespace
+
+Anonymizer::Anonymizer() {
+    wxSystemOptions::SetOption("catch-unhandled-exceptions", 0);
+}
+
+bool Anonymizer::OnInit() {
+    // The window system's start has set the user's locale.
+    platform::setTextEncoding();
+    wxInitAllImageHandlers();
+    SetAppDisplayName(kName);
+    openLog();
+    const wxString video = argc > 1 ? videoFromCommandLine() : wxString();
+    settings::writeFirstRunDefaults();
+    ai::init();
+    languages::initTranslations();
+    languages::applyStoredChoice();
+
+    frame_ = new MainFrame(kName, wxDefaultPosition, kFrameSize);
+    frame_->Show();
+    setHintState(kHintNoVideo);
+    if (!video.empty()) {
+        pxl::log::message("Loading video from parameter: " + video.utf8_string());
+        frame_->openVideo(video);
+    }
+    return true;
+}
+
+void Anonymizer::openLog() {
+    const wxString name = logfiles::nameFor(wxDateTime::Now());
+    const wxString folder = settings::dataFolder();
+    const wxString path = folder.empty() ? wxString() : folder + wxFILE_SEP_PATH + name;
+    logfiles::logTo(path);
+    logfiles::delOldLogFiles(settings::dataFolder(), path);
+}
+
+wxString Anonymizer::videoFromCommandLine() {
+    wxCmdLineParser parser(argc, argv);
+    parser.AddOption("v", "video", "File to open", wxCMD_LINE_VAL_STRING);
+    wxString path;
+    if (parser.Parse(true) != 0 || !parser.Found("video", &path) || !wxFileName::FileExists(path))
+        return {};
+    return path;
+}
+
+int Anonymizer::FilterEvent(wxEvent& event) {
+    if (event.GetEventType() != wxEVT_KEY_DOWN)
+        return Event_Skip;
+    int32_t divisor = switches::blurDivisor;
+    switch (static_cast<wxKeyEvent&>(event).GetKeyCode()) {
+    case WXK_NUMPAD_ADD:
+        divisor *= 2;
+        break;
+    case WXK_NUMPAD_SUBTRACT:
+        divisor /= 2;
+        break;
+    default:
+        return Event_Skip;
+    }
+    switches::blurDivisor = std::clamp(divisor, switches::kMinBlurDivisor, switches::kMaxBlurDivisor);
+    if (frame_)
+        frame_->refreshPicture();
+    return Event_Skip;
+}
+
+bool Anonymizer::OnExceptionInMainLoop() {
+    std::terminate();
+}
+
+void Anonymizer::OnUnhandledException() {
+    std::terminate();
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <wx/app.h>
+
+class MainFrame;
+
+/// The application: brings everything up in order and filters two keys of the numeric keypad.
+class Anonymizer : public wxApp {
+public:
+    Anonymizer();
+
+    /// Always true: whatever is missing, the window opens.
+    bool OnInit() override;
+
+    /// Keypad plus and minus double and halve the divisor of the on-screen mosaic. Every event goes on to
+    /// its window: always -1.
+    int FilterEvent(wxEvent& event) override;
+
+    /// An exception that leaves an event handler ends the process, with a line in the log.
+    bool OnExceptionInMainLoop() override;
+    void OnUnhandledException() override;
+
+private:
+    void openLog();
+    /// The video named on the command line; empty when there is none.
+    wxString videoFromCommandLine();
+
+    /// Destroys itself.
+    MainFrame* frame_ = nullptr;
+};

@@ -1,0 +1,130 @@
+#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+#include <wx/filedlg.h>
+#include <wx/filename.h>
+#include <wx/infobar.h>
+// The generic bar's header needs the one above.
+#include <wx/generic/infobar.h>
+#include <wx/intl.h>
+#include <wx/menu.h>
+#include <wx/sizer.h>
+#include <wx/utils.h>
+
+#include "ai_doriq.h"
+#include "blurtrack.h"
+#include "commands.h"
+#include "hints.h"
+#include "mainframe.h"
+#include "scanprogress.h"
+#include "switches.h"
+#include "videocanvas.h"
+#include "videonotices.h"
+#include "videoplayer.h"
+
+namespace {
+
+constexpr const char* kTitle = "Tarvex Shroud";
+
+} // namespace
+
+void MainFrame::onOpen() {
+    if (worker_ != Worker::None)
+        return;
+    wxFileDialog dialog(this, _("Open video file"), lastFolder_, wxEmptyString,
+                        wxString::Format("%s (*.mp4;*.mov)|*.mp4;*.mov", _("Video files")),
+                        wxFD_OPEN | wxFD_FILE_MUST_EXIST);
+    if (dialog.ShowModal() == wxID_OK)
+        openVideo(dialog.GetPath());
+}
+
+void MainFrame::closeVideo() {
+    canvas_->set(nullptr);
+    canvas_->setAiAvailable(false);
+    player_.reset();
+    scanProgress_.reset();
+    ++openNumber_;
+    // The dialog of a pre-processing that was cut short; an update of it may be under way further up.
+    calls_.run([this] { progress_.finish(); });
+    for (wxInfoBarGeneric* bar : notices_)
+        bar->Destroy();
+    notices_.clear();
+    Layout();
+    enableEditing(false);
+
+    blurtrack::BlurStore& store = blurtrack::store();
+    const std::lock_guard<std::mutex> lock(store.mutex);
+    blurtrack::clear();
+}
+
+void MainFrame::openVideo(const wxString& path) {
+    if (worker_ != Worker::None)
+        return;
+    wxString error;
+    bool opened = false;
+    {
+        const wxBusyCursor busy;
+        closeVideo();
+        setHintState(kHintNoVideo);
+        scanProgress_ =
+            std::make_unique<ScanProgress>([this, openNumber = openNumber_](ScanProgress::Call call) {
+                queue([this, openNumber, call = std::move(call)] {
+                    if (openNumber == openNumber_)
+                        call(progress_);
+                });
+            });
+        player_ = std::make_unique<VideoPlayer>(scanProgress_.get());
+        player_->setOnReady([this, openNumber = openNumber_] { onReady(openNumber); });
+        opened = player_->open(path, error);
+    }
+    if (opened) {
+        videoPath_ = path;
+        lastFolder_ = wxFileName(path).GetPath();
+        SetTitle(wxString(kTitle) + " - " + path);
+        return;
+    }
+    player_.reset();
+    videoPath_.clear();
+    SetTitle(kTitle);
+    if (error.empty())
+        error = _("it contains no video that can be read.");
+    showError(wxString::Format(_("Error while opening the video file %s: %s"), path, error),
+              _("The file may be damaged, unfinished or protected, or it may be no video at all."));
+}
+
+void MainFrame::onReady(int64_t openNumber) {
+    if (!wxIsMainThread()) {
+        queue([this, openNumber] { onReady(openNumber); });
+        return;
+    }
+    if (openNumber == openNumber_ && player_)
+        readyVideo();
+}
+
+void MainFrame::readyVideo() {
+    const video::VideoInfo info = videoInfo();
+    {
+        blurtrack::BlurStore& store = blurtrack::store();
+        const std::lock_guard<std::mutex> lock(store.mutex);
+        blurtrack::initFrames(info.frameCount);
+    }
+    switches::brushSize = std::min(info.width, info.height) / 10;
+    canvas_->set(player_.get());
+    enableEditing(true);
+    aiItem_->Enable(ai::available());
+    canvas_->setAiAvailable(ai::available());
+    if (const auto item = commands::speedItem(switches::playbackSpeed))
+        menuBar_->Check(*item, true);
+    menuBar_->Check(commands::modeItem(switches::editingMode), true);
+    setHintState(kHintBlurMode);
+    canvas_->setAiRequest([this] {
+        CallAfter([this] {
+            wxCommandEvent none;
+            OnAI(none);
+        });
+    });
+    for (const wxString& notice : noticesFor(info))
+        notices_.push_back(addBar(notice, wxICON_WARNING));
+}

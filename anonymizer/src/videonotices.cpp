@@ -1,0 +1,41 @@
+#include "videonotices.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include <wx/intl.h>
+
+#include "blurprocessors.h"
+
+namespace {
+
+/// A container rounds its duration down to a second and counts the sound, which may go on a little longer
+/// than the pictures.
+constexpr double kToleratedSeconds = 2.0;
+constexpr double kToleratedShare = 0.05;
+
+/// Pictures that are not evenly spaced need another time than their number divided by the rate.
+bool isUnevenlySpaced(const video::VideoInfo& info) {
+    if (!(info.fps > 0) || !std::isfinite(info.fps) || info.durationSec <= 0)
+        return false;
+    const double evenSeconds = static_cast<double>(info.frameCount) / info.fps;
+    const double statedSeconds = static_cast<double>(info.durationSec);
+    return std::abs(evenSeconds - statedSeconds) >
+           std::max(kToleratedSeconds, kToleratedShare * statedSeconds);
+}
+
+} // namespace
+
+std::vector<wxString> noticesFor(const video::VideoInfo& info) {
+    std::vector<wxString> notices;
+    if (info.width > 0 && info.height > 0 &&
+        mosaicBlockSize(info.width, info.height, kExportBlurDivisor) <= 1)
+        notices.push_back(
+            _("This video is too small to hide anything: a cell of the mosaic is a single pixel."));
+    if (isUnevenlySpaced(info))
+        notices.push_back(
+            wxString::Format(_("This video seems to have a variable frame rate. It is played and "
+                               "exported evenly, at %.4g frames per second."),
+                             info.fps));
+    return notices;
+}
