@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Makes the test videos.
 # usage: make_media.sh GENERATOR FOLDER SET FINGERPRINT
-#   SET          clips, or bench for the large clips of the benchmarks
+#   SET          clips, bench for the large clips of the benchmarks, or sample for the demonstration alone
 #   FINGERPRINT  changes when the clips would; a folder that already has the set by that name is left alone
 # Several builds may share one folder: one makes the clips, the others wait for it. Finished files are moved into
 # place one by one.
