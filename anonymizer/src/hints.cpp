@@ -36,7 +36,8 @@ wxString hintTextForBlur(int32_t key, int64_t blurId) {
 }
 
 void setHint(const wxString& text) {
-    if (auto* frame = wxTheApp ? dynamic_cast<MainFrame*>(wxTheApp->GetTopWindow()) : nullptr)
+    const auto* app = dynamic_cast<wxApp*>(wxAppConsole::GetInstance());
+    if (auto* frame = app ? dynamic_cast<MainFrame*>(app->GetTopWindow()) : nullptr)
         frame->showHint(text);
 }
 

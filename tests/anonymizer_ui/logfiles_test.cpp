@@ -1,0 +1,162 @@
+#include "logfiles.h"
+
+#include <chrono>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <wx/log.h>
+
+#include "support/log_capture.h"
+#include "support/temp_folder.h"
+
+namespace fs = std::filesystem;
+using logfiles::delOldLogFiles;
+
+namespace {
+
+/// A data folder whose log files are each an hour younger than the one before; file 0 is the oldest.
+class LogPruning : public testing::Test {
+protected:
+    void makeLogs(int count) {
+        for (int number = 0; number < count; ++number)
+            makeLog(name(number), std::chrono::hours(number - count));
+    }
+    void makeLog(const std::string& file, std::chrono::hours age) {
+        folder_.write(file, "line\n");
+        fs::last_write_time(folder_.path() / file, fs::file_time_type::clock::now() + age);
+    }
+    static std::string name(int number) { return "run" + std::to_string(number) + ".log"; }
+    bool exists(const std::string& file) const { return fs::exists(folder_.path() / file); }
+    int countLogs() const {
+        int count = 0;
+        for (const auto& entry : fs::directory_iterator(folder_.path()))
+            if (entry.path().extension() == ".log")
+                ++count;
+        return count;
+    }
+    wxString folder() const { return wxString::FromUTF8(folder_.path().u8string()); }
+    wxString path(const std::string& file) const { return wxString::FromUTF8(folder_.file(file)); }
+
+    test::TempFolder folder_;
+    test::LogCapture log_;
+};
+
+void fail() {
+    throw std::runtime_error("out of film");
+}
+
+} // namespace
+
+TEST(LogFileName, IsTheLocalTimeWithoutColons) {
+    EXPECT_EQ(logfiles::nameFor(wxDateTime(25, wxDateTime::Jun, 2026, 14, 3, 9)), "2026-06-25T14_03_09.log");
+    EXPECT_EQ(logfiles::nameFor(wxDateTime(1, wxDateTime::Jan, 2031, 0, 0, 0)), "2031-01-01T00_00_00.log");
+}
+
+TEST_F(LogPruning, UpToTenStay) {
+    for (const int count : {0, 9, 10}) {
+        makeLogs(count);
+        delOldLogFiles(folder(), {});
+        EXPECT_EQ(countLogs(), count);
+    }
+    EXPECT_TRUE(log_.lines().empty());
+}
+
+TEST_F(LogPruning, OfElevenTheOldestGoes) {
+    makeLogs(11);
+    delOldLogFiles(folder(), path(name(10)));
+    EXPECT_EQ(countLogs(), 10);
+    EXPECT_FALSE(exists(name(0)));
+    EXPECT_EQ(log_.lines(wxLOG_Message),
+              std::vector<std::string>{"Deleted old log file: " + folder_.file(name(0))});
+}
+
+TEST_F(LogPruning, OfThreeHundredTheTenNewestStay) {
+    makeLogs(300);
+    delOldLogFiles(folder(), path(name(299)));
+    EXPECT_EQ(countLogs(), 10);
+    for (int number = 290; number < 300; ++number)
+        EXPECT_TRUE(exists(name(number))) << number;
+    EXPECT_EQ(log_.lines(wxLOG_Message).size(), 290u);
+}
+
+TEST_F(LogPruning, TheFileOfThisRunStaysThoughOthersAreFromTheFuture) {
+    for (int number = 0; number < 12; ++number)
+        makeLog(name(number), std::chrono::hours(1000 + number));
+    makeLog("now.log", std::chrono::hours(0));
+    delOldLogFiles(folder(), path("now.log"));
+    EXPECT_EQ(countLogs(), 10);
+    EXPECT_TRUE(exists("now.log"));
+    EXPECT_FALSE(exists(name(2)));
+    EXPECT_TRUE(exists(name(3)));
+}
+
+TEST_F(LogPruning, OtherFilesSubFoldersAndHiddenFilesAreLeftAlone) {
+    makeLogs(11);
+    for (const char* file : {"config.ini", "notes.txt", "run.log.txt", ".hidden.log"})
+        makeLog(file, std::chrono::hours(-1000));
+    fs::create_directory(folder_.path() / "folder.log");
+    fs::last_write_time(folder_.path() / "folder.log", fs::file_time_type::min());
+    delOldLogFiles(folder(), {});
+    EXPECT_FALSE(exists(name(0)));
+    EXPECT_TRUE(exists(name(1)));
+    for (const char* file : {"config.ini", "notes.txt", "run.log.txt", ".hidden.log", "folder.log"})
+        EXPECT_TRUE(exists(file)) << file;
+}
+
+TEST_F(LogPruning, AFileThatCannotBeRemovedIsToldAndDoesNotStopTheOthers) {
+    makeLogs(12);
+    const fs::perms readable = fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read;
+    const fs::perms searchable = fs::perms::owner_exec | fs::perms::group_exec | fs::perms::others_exec;
+    fs::permissions(folder_.path(), readable | searchable);
+    {
+        const test::WithoutPrivileges ordinaryUser;
+        delOldLogFiles(folder(), {});
+    }
+    fs::permissions(folder_.path(), fs::perms::owner_all);
+    EXPECT_EQ(log_.lines(wxLOG_Error),
+              (std::vector<std::string>{"Failed to remove log file: " + folder_.file(name(0)),
+                                        "Failed to remove log file: " + folder_.file(name(1))}));
+    EXPECT_EQ(countLogs(), 12);
+}
+
+TEST(LogFolder, OneThatCannotBeOpenedIsTold) {
+    test::LogCapture log;
+    delOldLogFiles("", {});
+    delOldLogFiles("/no/such/folder", {});
+    EXPECT_EQ(log.lines(), (std::vector<std::string>{"Could not open log directory: ",
+                                                     "Could not open log directory: /no/such/folder"}));
+}
+
+TEST(LogTarget, LinesAreAppendedInUtf8WithATimeStamp) {
+    const test::TempFolder folder;
+    const std::string path = folder.write("run.log", "earlier run\n");
+    wxLog* const before = wxLog::SetActiveTarget(new wxLogStderr);
+    logfiles::logTo(wxString::FromUTF8(path));
+    wxLogMessage(wxString::FromUTF8("opened \u00e4\u4e2d.mp4"));
+    delete wxLog::SetActiveTarget(before);
+    EXPECT_THAT(
+        test::readFile(path),
+        testing::MatchesRegex("earlier run\n[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}: opened "
+                              "\u00e4\u4e2d.mp4\n"));
+}
+
+TEST(LogTarget, AFileThatCannotBeOpenedLeavesTheTargetBefore) {
+    test::LogCapture log;
+    logfiles::logTo("/no/such/folder/run.log");
+    EXPECT_EQ(log.lines(wxLOG_Error),
+              std::vector<std::string>{"Log file /no/such/folder/run.log could not be opened"});
+}
+
+TEST(LogTarget, AnUncaughtExceptionLeavesALineAndEndsTheProcess) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_DEATH(
+        {
+            logfiles::logUnhandledExceptions();
+            []() noexcept { fail(); }();
+        },
+        "Error: Unhandled exception: out of film");
+}

@@ -1,0 +1,56 @@
+#include "videonotices.h"
+
+#include <limits>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+video::VideoInfo evenVideo() {
+    video::VideoInfo info;
+    info.width = 1920;
+    info.height = 1080;
+    info.fps = 25;
+    info.frameCount = 250;
+    info.durationSec = 10;
+    return info;
+}
+
+} // namespace
+
+TEST(VideoNotices, AnOrdinaryVideoHasNone) {
+    EXPECT_TRUE(noticesFor(evenVideo()).empty());
+}
+
+TEST(VideoNotices, CellsOfOnePixelAreTold) {
+    video::VideoInfo info = evenVideo();
+    info.height = 99;
+    ASSERT_EQ(noticesFor(info).size(), 1u);
+    EXPECT_TRUE(noticesFor(info)[0].Contains("too small"));
+    info.height = 100;
+    EXPECT_TRUE(noticesFor(info).empty());
+}
+
+TEST(VideoNotices, UnevenlySpacedFramesAreToldWithTheRateInForce) {
+    video::VideoInfo info = evenVideo();
+    info.fps = 60;
+    ASSERT_EQ(noticesFor(info).size(), 1u);
+    EXPECT_TRUE(noticesFor(info)[0].Contains("60 frames per second"));
+}
+
+TEST(VideoNotices, SoundThatOutlastsThePicturesALittleIsNothing) {
+    video::VideoInfo info = evenVideo();
+    info.durationSec = 12;
+    EXPECT_TRUE(noticesFor(info).empty());
+}
+
+TEST(VideoNotices, UnknownRatesAndDurationsAreNothing) {
+    video::VideoInfo info = evenVideo();
+    info.fps = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_TRUE(noticesFor(info).empty());
+    info.fps = std::numeric_limits<double>::infinity();
+    EXPECT_TRUE(noticesFor(info).empty());
+    info = evenVideo();
+    info.durationSec = 0;
+    EXPECT_TRUE(noticesFor(info).empty());
+}
