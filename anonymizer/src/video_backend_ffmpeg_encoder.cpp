@@ -1,8 +1,9 @@
 #include "video_backend_ffmpeg_encoder.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <cstring>
+#include <new>
 
 #include <wx/intl.h>
 #include <wx/log.h>
@@ -21,17 +22,13 @@ extern "C" {
 namespace ffmpeg {
 namespace {
 
-/// Numerator and denominator of the fraction that stands for a frame rate.
-constexpr int kLargestRateTerm = 100;
-/// The MPEG-4 standard has 16 bits for it.
-constexpr int kFinestTimeScale = 65535;
-/// Where no multiple fits the rate exactly, frames are placed to a hundredth of their duration.
-constexpr double kUnitsPerFrame = 100.0;
-constexpr double kWholeNumberTolerance = 1e-9;
-
-AVRational nearestRate(double fps) {
-    return av_d2q(fps, kLargestRateTerm);
-}
+/// Numerator and denominator of the fraction that stands for a frame rate; the larger limits are for rates
+/// whose first fraction is too low. The MPEG-4 standard has 16 bits for a time scale.
+constexpr std::array<int, 3> kLargestRateTerms{100, 1000, 10000};
+constexpr int kLargestMpeg4Term = 65535;
+constexpr int kLargestTerm = 1000000;
+/// What double arithmetic may leave of a whole number.
+constexpr double kRoundingError = 1e-12;
 
 } // namespace
 
@@ -40,30 +37,31 @@ void BufferPoolDeleter::operator()(AVBufferPool* pool) const noexcept {
 }
 
 TimeBase timeBaseFor(double fps) {
-    const AVRational rate = nearestRate(fps);
-    if (av_q2d(rate) >= fps)
-        return {1, rate.num};
-
-    for (int scale = rate.num; scale <= kFinestTimeScale; scale += rate.num) {
-        const double unitsPerFrame = scale / fps;
-        if (unitsPerFrame > 0.5 &&
-            std::abs(unitsPerFrame - std::round(unitsPerFrame)) < kWholeNumberTolerance)
-            return {1, scale};
+    for (const int limit : kLargestRateTerms)
+        if (const AVRational rate = av_d2q(fps, limit); av_q2d(rate) >= fps)
+            return {rate.den, rate.num};
+    // Within the limits of every codec if possible; a hair's breadth too fast is no harm.
+    for (const int limit : {kLargestMpeg4Term - 1, kLargestTerm}) {
+        AVRational rate = av_d2q(fps, limit);
+        if (av_q2d(rate) < fps)
+            ++rate.num;
+        if (av_q2d(rate) >= fps)
+            return {rate.den, rate.num};
     }
-    const double wanted = std::min(kUnitsPerFrame * fps, static_cast<double>(kFinestTimeScale));
-    const auto least = static_cast<int>(std::ceil(fps / rate.num));
-    return {1, rate.num * std::max(static_cast<int>(wanted / rate.num), least)};
+    return {1, kLargestTerm};
 }
 
 int64_t timestampOf(int64_t index, TimeBase base, double fps) {
-    return static_cast<int64_t>(static_cast<double>(base.den) * static_cast<double>(index) /
-                                (base.num * fps));
+    const double exact = static_cast<double>(base.den) * static_cast<double>(index) / (base.num * fps);
+    const double whole = std::round(exact);
+    return static_cast<int64_t>(std::abs(exact - whole) <= kRoundingError * exact ? whole : exact);
 }
 
 } // namespace ffmpeg
 
 namespace {
 
+constexpr double kLowestRate = 0.001;
 constexpr double kHighestRate = 1e6;
 constexpr int kPlaneAlignment = 32;
 /// The scaler writes whole vectors, past the last row's end too.
@@ -83,7 +81,7 @@ const AVCodec* findEncoder(int32_t codec) {
 }
 
 bool isUsableRate(double fps) {
-    return std::isfinite(fps) && fps > 0 && fps <= kHighestRate && ffmpeg::nearestRate(fps).num > 0;
+    return fps >= kLowestRate && fps <= kHighestRate; // false for what is not a number
 }
 
 } // namespace
@@ -146,8 +144,9 @@ bool Encoder_ffmpeg::construct() {
 
     av_dict_set(&format->metadata, "comment", "Tarvex Shroud", 0);
     // The MP4 and MOV muxers would raise the stream's time scale (1/25 becomes 1/12800), and codec and stream
-    // would no longer count time alike. Other muxers don't know the option.
-    av_opt_set_int(format->priv_data, "video_track_timescale", timeBase_.den, 0);
+    // would no longer count time alike. They cannot keep a numerator, and other muxers don't know the option.
+    if (timeBase_.num == 1)
+        av_opt_set_int(format->priv_data, "video_track_timescale", timeBase_.den, 0);
     code = avformat_write_header(format, nullptr);
     if (code < 0) {
         if (!(format->oformat->flags & AVFMT_NOFILE))
@@ -183,9 +182,6 @@ void Encoder_ffmpeg::configure(const AVCodec* codec) {
     context.thread_count = 0;
     if (codec->id == AV_CODEC_ID_H264) {
         context.profile = kH264Main;
-        // With several units to a frame the time base no longer tells the rate.
-        if (timeBase_.den > 1.5 * settings_.fps)
-            context.framerate = av_d2q(settings_.fps, 100000);
     } else {
         context.profile = kMpeg4AdvancedSimple;
         context.mb_decision = FF_MB_DECISION_RD;
@@ -284,7 +280,7 @@ void Encoder_ffmpeg::write() {
         durations_.erase(duration);
     }
     packet.stream_index = stream_->index;
-    // Changes nothing in MP4 and MOV files; other containers have time bases of their own.
+    // Changes nothing where the stream has kept the codec's time base.
     av_packet_rescale_ts(&packet, codecContext_->time_base, stream_->time_base);
     const int code = av_interleaved_write_frame(format_.get(), &packet);
     av_packet_unref(&packet);

@@ -27,12 +27,12 @@ struct TimeBase {
 };
 
 /// The time base for `fps` frames per second: the inverse of the nearest fraction with numerator and
-/// denominator up to 100, 1/25 for 25 and 1/30 for 29.97. Where that fraction is no whole number, or below
-/// `fps` so that frames would share a time stamp, a multiple of its numerator: 1/600 for 120.
-/// `fps` is positive, no smaller than 0.01 and at most a million.
+/// denominator up to 100, 1/25 for 25 and 1/30 for 29.97. Where that fraction is below `fps`, so that frames
+/// would share a time stamp, the inverse of a finer one: 1/120 for 120, not 1/100. `fps` is positive and at
+/// most a million.
 TimeBase timeBaseFor(double fps);
 
-/// Time stamp of the `index`-th frame, from 0, in units of `base`: truncated, never rounded up.
+/// Time stamp of the `index`-th frame, from 0, in units of `base`, truncated to a whole number.
 int64_t timestampOf(int64_t index, TimeBase base, double fps);
 
 } // namespace ffmpeg

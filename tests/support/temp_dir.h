@@ -1,0 +1,20 @@
+#pragma once
+
+#include <wx/string.h>
+
+#include "support/temp_folder.h"
+
+namespace test {
+
+/// A TempFolder for those who pass paths as wxString.
+class TempDir {
+public:
+    /// Path of a file in the folder, whether it exists or not.
+    wxString file(const wxString& name) const { return wxString::FromUTF8(folder_.file(name.utf8_string())); }
+    wxString path() const { return wxString::FromUTF8(folder_.path().u8string()); }
+
+private:
+    TempFolder folder_;
+};
+
+} // namespace test
