@@ -22,9 +22,14 @@ private:
     std::vector<std::pair<wxLogLevel, std::string>> lines_;
 };
 
-LogCapture::LogCapture() : target_(new Target), previous_(wxLog::SetActiveTarget(target_)) {}
+LogCapture::LogCapture() : target_(new Target) {
+    // Lines of other threads wait until somebody asks: those of before are not ours.
+    wxLog::FlushActive();
+    previous_ = wxLog::SetActiveTarget(target_);
+}
 
 LogCapture::~LogCapture() {
+    wxLog::FlushActive();
     wxLog::SetActiveTarget(previous_);
     delete target_;
 }
