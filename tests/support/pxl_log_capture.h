@@ -1,0 +1,34 @@
+#pragma once
+
+#include "pxl/log.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace test {
+
+/// Collects the lines of the rendering layer's log while it lives, with their prefixes, and shows none.
+class PxlLogCapture {
+public:
+    PxlLogCapture() : sink_(std::make_shared<Sink>()), previous_(pxl::log::setSink(sink_)) {}
+    ~PxlLogCapture() { pxl::log::setSink(previous_); }
+    PxlLogCapture(const PxlLogCapture&) = delete;
+    PxlLogCapture& operator=(const PxlLogCapture&) = delete;
+
+    const std::vector<std::string>& messages() const { return sink_->messages; }
+    const std::vector<std::string>& errors() const { return sink_->errors; }
+
+private:
+    struct Sink : pxl::log::ILog {
+        void message(const std::string& line) override { messages.push_back(line); }
+        void error(const std::string& line) override { errors.push_back(line); }
+        void warning(const std::string& line) override { messages.push_back(line); }
+        std::vector<std::string> messages;
+        std::vector<std::string> errors;
+    };
+    std::shared_ptr<Sink> sink_;
+    std::shared_ptr<pxl::log::ILog> previous_;
+};
+
+} // namespace test
