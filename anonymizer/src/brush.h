@@ -8,8 +8,9 @@
 namespace brush {
 
 /// Brush size after one wheel event: 16 more for a positive rotation, 16 less for a negative one, whatever
-/// its magnitude. The upper bound, 16 less than the frame's shorter side, is tested before the lower bound of
-/// 16 and wins over it (a 20 × 20 frame gives 4; a frame of 16 pixels or less leaves no brush at all).
+/// its magnitude. A size above the upper bound, 16 less than the frame's shorter side, becomes that bound,
+/// which may lie below the lower one (growing on a 20 × 20 frame gives 4, on a frame of 16 pixels or less no
+/// brush at all); otherwise a size below 16 becomes 16.
 int32_t sizeAfterWheel(int32_t size, int rotation, view::Size frame);
 
 /// The rectangle that a dab at `centre` (a video pixel) adds: a square of side `size` around it, moved into

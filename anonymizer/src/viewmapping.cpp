@@ -35,7 +35,9 @@ Point Mapping::videoPixel(Point window) const {
 
 Point Mapping::windowPixel(Point video) const {
     const PointF window = toWindow({static_cast<float>(video.x) + 0.5f, static_cast<float>(video.y) + 0.5f});
-    return {static_cast<int32_t>(std::lround(window.x)), static_cast<int32_t>(std::lround(window.y))};
+    // Halves go down: at scale 1 the middle of video pixel 7 lies at 7.5.
+    return {static_cast<int32_t>(std::ceil(window.x - 0.5f)),
+            static_cast<int32_t>(std::ceil(window.y - 0.5f))};
 }
 
 bool Mapping::inside(Point window) const {
