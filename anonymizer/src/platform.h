@@ -70,4 +70,8 @@ std::vector<int> stopSignals();
 /// Turns writing to a closed pipe or past a file size limit into an ordinary write error.
 void ignoreWriteSignals();
 
+/// Asks the window system to present pictures only at every `interval`th refresh of the display. Needs a
+/// current OpenGL context. False when it can't; nothing is lost then but smoothness.
+bool setSwapInterval(int interval);
+
 } // namespace platform

@@ -1,0 +1,161 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "blurtrack.h"
+#include "videoplayer.h"
+#include "viewmapping.h"
+
+/// One mouse event of the canvas.
+struct CanvasMouse {
+    enum Kind { Motion, LeftDown, LeftUp, Wheel, Leave, Enter };
+    Kind kind = Motion;
+    /// Window pixels.
+    view::Point position;
+    /// Sign matters only. Wheel events.
+    int wheelRotation = 0;
+    /// The layout has taken the event: it is nowhere on the picture, whatever the mapping says.
+    bool onControls = false;
+};
+
+/// What the window has to do after a step of the interaction, in the order of the fields, with no lock held.
+struct CanvasEffects {
+    static constexpr int kHoldMilliseconds = 200;
+
+    /// A change of the hint line.
+    struct Hint {
+        /// `kHintSelected` or `kHintRecording`, which override the line; anything else gives it back.
+        int32_t key = 0;
+        int64_t blurId = blurtrack::kNoBlurId;
+    };
+
+    bool stopTimer = false;
+    /// Starts the one-shot timer of kHoldMilliseconds anew.
+    bool startTimer = false;
+    bool clearLayoutHover = false;
+    /// Play at this rate; 0 for no change.
+    int playFps = 0;
+    std::optional<Hint> hint;
+    /// Stop the player, then seek to this frame; 0 for neither.
+    int64_t stopAndSeekTo = 0;
+    bool repaint = false;
+};
+
+/// The canvas-state as one moment had it: what a paint works on.
+struct CanvasPicture {
+    /// Empty when there is nothing to show.
+    std::shared_ptr<VideoPlayer::Frame> frame;
+    bool hovering = false;
+    int64_t hoverId = blurtrack::kNoBlurId;
+    bool brushShown = false;
+    /// Window pixels.
+    view::Point brushPosition;
+    /// Video pixels.
+    int32_t brushSize = 0;
+    int32_t divisor = 0;
+    /// Percent.
+    int32_t threshold = 0;
+    /// A switches::EditingMode.
+    int32_t editingMode = 0;
+};
+
+/// The rules of the canvas without its window: what the mouse, the hold timer and the player's callbacks do
+/// to the brush, the hover and the blur store. Guards its state with the canvas-state mutex and takes the
+/// blur store's inside it; every operation does its own locking, logs, and leaves the rest to the returned
+/// effects. User-interface thread, except `deliver`, `setPlayState` and `picture`, which any thread may call.
+class CanvasInteraction {
+public:
+    /// Size of the canvas with its control bar, window pixels.
+    void resize(view::Size window);
+
+    /// Forgets picture, hover, brush and recording: another video, or none.
+    CanvasEffects reset();
+
+    /// The mouse. `playerPlays`: the player reports that it is playing.
+    CanvasEffects figureOutState(const CanvasMouse& event, bool playerPlays);
+
+    /// The button has been held for kHoldMilliseconds: the pressed blur is recorded from here on. `videoFps`
+    /// may be any number.
+    CanvasEffects onHold(bool playerSet, double videoFps);
+
+    /// The "Delete blur" button: deletes the hovered blur over its whole span.
+    CanvasEffects deleteHovered();
+
+    /// A seek has been posted, so the picture at hand is not the one to come.
+    void noteSeek();
+
+    /// A decoded frame. While recording, it and every frame missed since the last one get the brush square.
+    void deliver(std::shared_ptr<VideoPlayer::Frame> frame);
+
+    /// Ends recording when the player has stopped.
+    void setPlayState(PlayState state);
+
+    /// Brings hover and hint line up to date after a change from elsewhere: recording ended by the player, or
+    /// the hovered blur gone from the store.
+    CanvasEffects settle();
+
+    CanvasPicture picture() const;
+    bool recording() const { return recording_; }
+    /// Where the picture lies in the window now.
+    view::Mapping mapping() const;
+
+private:
+    struct Hover {
+        int64_t id = blurtrack::kNoBlurId;
+        view::Rect rect;
+        /// The last hit test hit.
+        bool set = false;
+    };
+    struct Brush {
+        int64_t id = blurtrack::kNoBlurId;
+        /// Video pixels.
+        int32_t size = 0;
+        /// Window pixels.
+        view::Point position;
+        bool shown = false;
+    };
+
+    // All of these expect the canvas-state mutex to be held.
+    view::Mapping mappingNow() const;
+    view::Rect brushSquare() const;
+    bool hitTest(view::Point position);
+    void newBrush(view::Point position);
+    void moveBrush(view::Point position);
+    int64_t newBlur();
+    void resizeBrush(int rotation);
+    void moveInside(view::Point position, bool playing);
+    void pressInside(view::Point position, bool playing, CanvasEffects& effects);
+    void releaseInside(view::Point position, bool playing, CanvasEffects& effects);
+    void tellHint(CanvasEffects& effects);
+
+    mutable std::mutex mutex_;
+    // Guarded by mutex_, the canvas-state mutex.
+    view::Size window_;
+    std::shared_ptr<VideoPlayer::Frame> frame_;
+    PlayState playState_ = Stopped;
+    /// A seek is on its way: posted, and not yet carried out.
+    bool seekPending_ = false;
+    Hover hover_;
+    Brush brush_;
+    /// The blur being drawn or recorded, and where it was painted last.
+    int64_t currentBlurId_ = blurtrack::kNoBlurId;
+    view::Rect newBlurRect_;
+    /// Frame of the last press on the picture, 0 for none.
+    int64_t pressFrame_ = 0;
+    /// Last frame that has the recorded blur.
+    int64_t recordedFrame_ = 0;
+    CanvasEffects::Hint hintShown_;
+
+    std::atomic<bool> recording_{false};
+};
+
+/// Rate to play a video at: the truncation of `speed` × `videoFps`, never below 1; a rate that is no usable
+/// number counts as 25.
+int playbackFps(int32_t speed, double videoFps);
+
+/// Number that the next brush will get; counts through the whole run of the program.
+int64_t upcomingBrushId();

@@ -1,0 +1,203 @@
+#include "canvaspainter.h"
+
+#include <algorithm>
+#include <cstring>
+#include <mutex>
+#include <utility>
+
+#include "blurprocessors.h"
+#include "brush.h"
+#include "pxl/material.h"
+#include "switches.h"
+
+namespace {
+
+constexpr pxl::Color kBackground{32, 32, 32, 255};
+constexpr pxl::Color kWhite{255, 255, 255, 255};
+/// White times 0.3, truncated.
+constexpr pxl::Color kBlurFrame{76, 76, 76, 76};
+constexpr int32_t kFrameThickness = 4;
+
+pxl::RectF rectF(int32_t x, int32_t y, int32_t width, int32_t height) {
+    return {static_cast<float>(x), static_cast<float>(y), static_cast<float>(width),
+            static_cast<float>(height)};
+}
+
+/// Window pixels to clip space, y downward.
+void setProjection(pxl::Material& material, view::Size window) {
+    const float width = static_cast<float>(std::max(window.width, 1));
+    const float height = static_cast<float>(std::max(window.height, 1));
+    const float matrix[16] = {2 / width,     0, 0, 0, 0, -2 / height, 0, 0, 0, 0, -0.0010000100592f, 0, -1, 1,
+                              -1.00001e-05f, 1};
+    material.setMatrix("u_matrix", matrix);
+}
+
+/// The part of an entry that lies in the picture; its edges may lie beyond 32 bits.
+view::Rect clipped(const blurtrack::BlurEntry& entry, view::Size frame) {
+    const int64_t left = std::max<int64_t>(entry.x, 0);
+    const int64_t top = std::max<int64_t>(entry.y, 0);
+    const int64_t right = std::min<int64_t>(int64_t{entry.x} + entry.w, frame.width);
+    const int64_t bottom = std::min<int64_t>(int64_t{entry.y} + entry.h, frame.height);
+    if (right <= left || bottom <= top)
+        return {};
+    return {static_cast<int32_t>(left), static_cast<int32_t>(top), static_cast<int32_t>(right - left),
+            static_cast<int32_t>(bottom - top)};
+}
+
+} // namespace
+
+CanvasPainter::CanvasPainter(std::shared_ptr<pxl::RenderTarget> target)
+    : CanvasPainter(std::move(target), std::make_unique<pxl::Batch>(),
+                    [](uint32_t width, uint32_t height) { return pxl::createTexture(width, height); }) {}
+
+CanvasPainter::CanvasPainter(std::shared_ptr<pxl::RenderTarget> target, std::unique_ptr<pxl::Batch> batch,
+                             MakeTexture makeTexture)
+    : target_(std::move(target)), batch_(std::move(batch)), makeTexture_(std::move(makeTexture)) {
+    batch_->setTarget(target_);
+}
+
+CanvasPainter::Outcome CanvasPainter::paint(const CanvasPicture& picture, view::Size window,
+                                            const DrawControls& controls) {
+    Outcome outcome;
+    target_->clear(kBackground);
+    if (!batch_->valid())
+        return outcome;
+    if (!picture.frame) {
+        forgetPicture();
+    } else {
+        outcome.pictureShown = loadPicture(picture);
+        outcome.blursCurrent = copyEntries(picture.frame->index);
+        const pxl::Image& image = picture.frame->image;
+        const view::Mapping mapping(window, {image.width, image.height});
+        if (mapping.valid() && outcome.pictureShown)
+            drawPicture(picture, mapping);
+    }
+    batch_->setTransform({});
+    controls(*batch_);
+    setProjection(*batch_->material(), window);
+    batch_->flush();
+    return outcome;
+}
+
+void CanvasPainter::forgetPicture() {
+    lastDrawn_.reset();
+    entries_.clear();
+    entriesFrame_ = 0;
+}
+
+bool CanvasPainter::loadPicture(const CanvasPicture& picture) {
+    const pxl::Image& image = picture.frame->image;
+    const bool isNew = picture.frame != lastDrawn_;
+    const bool divisorChanged = picture.divisor != lastDivisor_;
+    if (!isNew && !divisorChanged)
+        return lastShown_;
+    if (isNew)
+        slot_ = 1 - slot_;
+    lastDrawn_ = picture.frame;
+    lastDivisor_ = picture.divisor;
+    Slot& slot = slots_[static_cast<std::size_t>(slot_)];
+    lastShown_ = !image.empty() && fitSlot(slot, image);
+    if (!lastShown_)
+        return false;
+    if (isNew)
+        writeFrame(*slot.frame, image);
+    writeMosaic(*slot.mosaic, image, mosaicBlockSize(image.width, image.height, picture.divisor));
+    return true;
+}
+
+bool CanvasPainter::fitSlot(Slot& slot, const pxl::Image& image) {
+    const auto width = static_cast<uint32_t>(image.width);
+    const auto height = static_cast<uint32_t>(image.height);
+    for (std::shared_ptr<pxl::Texture>* texture : {&slot.frame, &slot.mosaic})
+        if (!*texture || (*texture)->width() != width || (*texture)->height() != height)
+            *texture = makeTexture_(width, height);
+    return slot.frame && slot.mosaic;
+}
+
+void CanvasPainter::writeFrame(pxl::Texture& texture, const pxl::Image& image) {
+    const pxl::Texture::Mapping mapping = texture.map();
+    if (!mapping) {
+        texture.upload(image.pixels);
+        return;
+    }
+    std::memcpy(mapping.pixels, image.pixels, image.byteCount());
+    texture.unmap();
+}
+
+void CanvasPainter::writeMosaic(pxl::Texture& texture, const pxl::Image& image, int32_t block) {
+    const pxl::Texture::Mapping mapping = texture.map();
+    const bool aligned = reinterpret_cast<std::uintptr_t>(mapping.pixels) % sizeof(uint32_t) == 0;
+    if (mapping && aligned && mapping.pitch == static_cast<uint32_t>(image.width) * 4) {
+        void* pixels = mapping.pixels;
+        pixelate(image, static_cast<uint32_t*>(pixels), block);
+        texture.unmap();
+        return;
+    }
+    if (scratch_.width != image.width || scratch_.height != image.height)
+        scratch_ = pxl::Image(image.width, image.height);
+    pixelate(image, scratch_.pixels, block);
+    if (!mapping) {
+        texture.upload(scratch_.pixels);
+        return;
+    }
+    std::memcpy(mapping.pixels, scratch_.pixels, scratch_.byteCount());
+    texture.unmap();
+}
+
+bool CanvasPainter::copyEntries(int64_t frame) {
+    const std::unique_lock<std::mutex> lock(blurtrack::store().mutex, std::try_to_lock);
+    if (lock.owns_lock()) {
+        const auto& entries = blurtrack::entriesAt(frame);
+        entries_.assign(entries.begin(), entries.end());
+    } else if (frame != entriesFrame_) {
+        entries_.clear();
+    }
+    entriesFrame_ = frame;
+    return lock.owns_lock();
+}
+
+void CanvasPainter::drawPicture(const CanvasPicture& picture, const view::Mapping& mapping) {
+    const Slot& slot = slots_[static_cast<std::size_t>(slot_)];
+    const bool unblur = picture.editingMode == switches::kUnblurMode;
+    const auto& base = unblur ? slot.mosaic : slot.frame;
+    const auto& patch = unblur ? slot.frame : slot.mosaic;
+    const view::Size frame = mapping.frame();
+    batch_->setTransform({mapping.scale(), 0, 0, mapping.scale(), mapping.origin().x, mapping.origin().y});
+    batch_->drawTexture(base, rectF(0, 0, frame.width, frame.height), {0, 0, 1, 1}, kWhite);
+
+    for (const blurtrack::BlurEntry& entry : entries_)
+        if (entry.id != blurtrack::kAnonymousBlurId || entry.score >= picture.threshold)
+            drawPatch(patch, clipped(entry, frame), kBlurFrame, frame);
+    if (picture.brushShown)
+        drawPatch(patch, brush::square(mapping.videoPixel(picture.brushPosition), picture.brushSize, frame),
+                  kWhite, frame);
+    if (picture.hovering && picture.hoverId != blurtrack::kNoBlurId) {
+        const auto hovered =
+            std::find_if(entries_.begin(), entries_.end(),
+                         [&](const blurtrack::BlurEntry& entry) { return entry.id == picture.hoverId; });
+        if (hovered != entries_.end())
+            drawPatch(patch, clipped(*hovered, frame), kWhite, frame);
+    }
+}
+
+void CanvasPainter::drawPatch(const std::shared_ptr<pxl::Texture>& texture, const view::Rect& rect,
+                              pxl::Color frameColor, view::Size frame) {
+    if (rect.empty())
+        return;
+    const auto width = static_cast<float>(frame.width);
+    const auto height = static_cast<float>(frame.height);
+    const pxl::RectF place = rectF(rect.x, rect.y, rect.w, rect.h);
+    batch_->drawTexture(texture, place,
+                        {place.x / width, place.y / height, place.width / width, place.height / height},
+                        kWhite);
+    const int32_t barWidth = std::min(kFrameThickness, rect.w);
+    const int32_t barHeight = std::min(kFrameThickness, rect.h);
+    const int32_t between = rect.w - 2 * kFrameThickness;
+    batch_->fillRect(rectF(rect.x, rect.y, barWidth, rect.h), frameColor);
+    batch_->fillRect(rectF(rect.x + rect.w - barWidth, rect.y, barWidth, rect.h), frameColor);
+    if (between < 1)
+        return;
+    batch_->fillRect(rectF(rect.x + kFrameThickness, rect.y, between, barHeight), frameColor);
+    batch_->fillRect(rectF(rect.x + kFrameThickness, rect.y + rect.h - barHeight, between, barHeight),
+                     frameColor);
+}
