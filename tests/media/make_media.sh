@@ -167,7 +167,7 @@ make_clips() {
 
 make_bench() {
   "$generator" scene 1920 1080 300 |
-    ff -f rawvideo -pix_fmt rgb24 -s 1920x1080 -r 30 -i - -c:v libx264 -preset medium -crf 20 -pix_fmt yuv420p \
+    ff -f rawvideo -pix_fmt rgb24 -s 1920x1080 -r 30 -i - -c:v libx264 -preset medium -crf 20 -g 30 -pix_fmt yuv420p \
       "$out/bench_1080p30.mp4"
   ff -stream_loop 5 -i "$out/bench_1080p30.mp4" -c copy "$out/bench_1080p30_minute.mp4"
 }
