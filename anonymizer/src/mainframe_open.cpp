@@ -89,7 +89,7 @@ void MainFrame::openVideo(const wxString& path) {
     videoPath_.clear();
     SetTitle(kTitle);
     if (error.empty())
-        error = _("it contains no video that can be read.");
+        error = _("The file contains no video that can be read.");
     showError(wxString::Format(_("Error while opening the video file %s: %s"), path, error),
               _("The file may be damaged, unfinished or protected, or it may be no video at all."));
 }

@@ -75,7 +75,7 @@ void MainFrame::exportTo(const wxString& outputPath) {
         return;
     }
     worker_ = Worker::None;
-    onExportDone(ExportResult::Failed, outputPath, _("the export could not be started."));
+    onExportDone(ExportResult::Failed, outputPath, _("The export could not be started."));
 }
 
 void MainFrame::onExportDone(ExportResult result, const wxString& outputPath, const wxString& reason) {
