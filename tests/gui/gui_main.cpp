@@ -1,0 +1,41 @@
+#include <cstdio>
+#include <cstdlib>
+
+#include <gtest/gtest.h>
+#include <wx/app.h>
+#include <wx/image.h>
+#include <wx/log.h>
+
+#include "anonymizer.h"
+#include "platform.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+/// The application with its key filter, but the tests instead of the start-up and the event loop.
+class TestApp : public Anonymizer {
+public:
+    bool OnInit() override {
+        platform::setTextEncoding();
+        wxInitAllImageHandlers();
+        delete wxLog::SetActiveTarget(new wxLogStderr);
+        SetExitOnFrameDelete(false);
+        return true;
+    }
+    int OnRun() override { return RUN_ALL_TESTS(); }
+};
+
+} // namespace
+
+wxIMPLEMENT_APP_NO_MAIN(TestApp);
+
+/// Tests of real windows in one process, each with folders of its own; needs a display.
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    if (GTEST_FLAG_GET(list_tests))
+        return RUN_ALL_TESTS();
+    platform::prepareProcess();
+    const test::TempFolder data;
+    const test::Environment config("XDG_CONFIG_HOME", data.path().u8string());
+    return wxEntry(argc, argv);
+}

@@ -1,0 +1,82 @@
+#include "gui_support.h"
+
+#include <chrono>
+
+#include <wx/app.h>
+#include <wx/evtloop.h>
+#include <wx/filedlg.h>
+#include <wx/msgdlg.h>
+
+namespace test {
+
+namespace {
+
+constexpr std::chrono::seconds kPatience(30);
+constexpr unsigned long kPollMilliseconds = 5;
+
+void turn(wxEventLoopBase& loop) {
+    while (loop.Pending())
+        loop.Dispatch();
+    wxTheApp->ProcessPendingEvents();
+    loop.ProcessIdle();
+}
+
+} // namespace
+
+bool runUntil(const std::function<bool()>& condition) {
+    wxGUIEventLoop loop;
+    const wxEventLoopActivator active(&loop);
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        turn(loop);
+        loop.DispatchTimeout(kPollMilliseconds);
+    }
+    return true;
+}
+
+void runPending() {
+    wxGUIEventLoop loop;
+    const wxEventLoopActivator active(&loop);
+    do
+        turn(loop);
+    while (loop.Pending() || wxTheApp->HasPendingEvents());
+}
+
+DialogAnswers::DialogAnswers(int answer) : answer_(answer) {
+    Register();
+}
+
+DialogAnswers::~DialogAnswers() {
+    Unregister();
+}
+
+void DialogAnswers::chooseFile(const wxString& path, int filter) {
+    file_ = path;
+    filter_ = filter;
+}
+
+void DialogAnswers::onOther(std::function<int(wxDialog*)> answer) {
+    other_ = std::move(answer);
+}
+
+int DialogAnswers::Enter(wxDialog* dialog) {
+    if (auto* box = dynamic_cast<wxMessageDialog*>(dialog)) {
+        boxes.push_back((box->GetTitle() + ": " + box->GetMessage()).utf8_string());
+        return answer_;
+    }
+    if (auto* files = dynamic_cast<wxFileDialog*>(dialog)) {
+        fileDialogs.push_back((files->GetTitle() + "; " + files->GetDirectory() + "; " +
+                               files->GetWildcard() + wxString::Format("; %d", files->GetFilterIndex()))
+                                  .utf8_string());
+        if (file_.empty())
+            return wxID_CANCEL;
+        files->SetPath(file_);
+        files->SetFilterIndex(filter_);
+        return wxID_OK;
+    }
+    return other_ ? other_(dialog) : wxID_CANCEL;
+}
+
+} // namespace test

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <wx/modalhook.h>
+#include <wx/string.h>
+
+namespace test {
+
+/// Runs the event loop until the condition holds; false when it does not within 30 seconds.
+bool runUntil(const std::function<bool()>& condition);
+
+/// Runs the event loop until nothing is pending.
+void runPending();
+
+/// Answers every modal dialog while it lives instead of showing it, and remembers what it said.
+class DialogAnswers : public wxModalDialogHook {
+public:
+    /// Message boxes get OK, or `answer`; file dialogs are cancelled unless a file is given.
+    explicit DialogAnswers(int answer = wxID_OK);
+    ~DialogAnswers() override;
+
+    /// The next file dialogs choose this file and this position in the list of types.
+    void chooseFile(const wxString& path, int filter = 0);
+    /// Called with every other dialog; its result is the answer.
+    void onOther(std::function<int(wxDialog*)> answer);
+
+    /// "caption: message" of the message boxes so far.
+    std::vector<std::string> boxes;
+    /// Title, folder, wildcard and filter index of the file dialogs so far, joined by "; ".
+    std::vector<std::string> fileDialogs;
+
+protected:
+    int Enter(wxDialog* dialog) override;
+
+private:
+    int answer_;
+    wxString file_;
+    int filter_ = 0;
+    std::function<int(wxDialog*)> other_;
+};
+
+} // namespace test
