@@ -1,0 +1,72 @@
+#include "console.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "platform.h"
+
+namespace console {
+namespace {
+
+constexpr const char* kProgram = "tarvex_shroud_batch: ";
+
+void writeTo(std::FILE* stream, const wxString& text) {
+    const std::string utf8 = text.utf8_string();
+    std::fwrite(utf8.data(), 1, utf8.size(), stream);
+    std::fflush(stream);
+}
+
+/// A file name may hold a line break; a message is one line all the same.
+wxString oneLine(wxString text) {
+    text.Replace("\r", " ");
+    text.Replace("\n", " ");
+    return text + "\n";
+}
+
+} // namespace
+
+void error(const wxString& text) {
+    writeTo(stderr, kProgram + oneLine(text));
+}
+
+void warning(const wxString& text) {
+    writeTo(stderr, kProgram + oneLine("warning: " + text));
+}
+
+void print(const wxString& text) {
+    writeTo(stdout, text);
+}
+
+ProgressLine::ProgressLine(bool quiet) : visible_(!quiet && platform::isTerminal(stderr)) {}
+
+void ProgressLine::start(const wxString& title, const wxString&, int32_t total) {
+    title_ = title;
+    total_ = total;
+    update(0, wxString());
+}
+
+void ProgressLine::update(int32_t value, const wxString& message) {
+    if (!message.empty())
+        show(title_ + ": " + message);
+    else if (total_ > 0)
+        show(wxString::Format("%s: %d of %d frames, %d %%", title_, value, total_,
+                              static_cast<int>(std::min<int64_t>(int64_t{value} * 100 / total_, 100))));
+    else
+        show(wxString::Format("%s: %d frames", title_, value));
+}
+
+void ProgressLine::finish() {
+    show(wxString());
+    if (visible_)
+        writeTo(stderr, "\r");
+}
+
+void ProgressLine::show(const wxString& text) {
+    if (!visible_)
+        return;
+    const std::size_t padding = shownLength_ > text.length() ? shownLength_ - text.length() : 0;
+    writeTo(stderr, "\r" + text + wxString(' ', padding));
+    shownLength_ = text.length();
+}
+
+} // namespace console

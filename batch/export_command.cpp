@@ -1,0 +1,126 @@
+#include "export_command.h"
+
+#include <algorithm>
+#include <mutex>
+#include <vector>
+
+#include "blurprocessors.h"
+#include "blurtrack.h"
+#include "completion.h"
+#include "console.h"
+#include "exportworker.h"
+#include "output_file.h"
+#include "regions_csv.h"
+#include "source_video.h"
+#include "stop_request.h"
+#include "switches.h"
+
+namespace {
+
+int fail(const wxString& what, const wxString& why) {
+    console::error(what + ": " + why);
+    return 1;
+}
+
+/// The part of the region inside the picture; no width when there is none. Store rectangles are floats,
+/// which are exact within a picture but not for every whole number of 32 bits.
+blurtrack::RectF clipped(const regions_csv::Region& region, const video::VideoInfo& info) {
+    const int64_t left = std::max<int64_t>(region.x, 0);
+    const int64_t top = std::max<int64_t>(region.y, 0);
+    const int64_t right = std::min<int64_t>(int64_t{region.x} + region.w, info.width);
+    const int64_t bottom = std::min<int64_t>(int64_t{region.y} + region.h, info.height);
+    if (left >= right || top >= bottom)
+        return {};
+    return {static_cast<float>(left), static_cast<float>(top), static_cast<float>(right - left),
+            static_cast<float>(bottom - top)};
+}
+
+/// Fills the store for the video. Returns the number of rectangles that will be applied.
+int64_t fillStore(const std::vector<regions_csv::Region>& regions, const video::VideoInfo& info,
+                  int32_t threshold) {
+    const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
+    blurtrack::clear();
+    blurtrack::initFrames(info.frameCount);
+    int64_t applied = 0;
+    for (const regions_csv::Region& region : regions) {
+        const blurtrack::RectF rect = clipped(region, info);
+        if (rect.w < 1)
+            continue;
+        const int64_t last = std::min(region.lastFrame, info.frameCount);
+        for (int64_t frame = region.firstFrame; frame <= last; ++frame) {
+            blurtrack::addBlur(frame, rect, region.score, blurtrack::kAnonymousBlurId);
+            applied += region.score >= threshold ? 1 : 0;
+        }
+    }
+    return applied;
+}
+
+void warn(const Options& options, const SourceVideo& source, int64_t appliedRectangles) {
+    const video::VideoInfo& info = source.info;
+    if (mosaicBlockSize(info.width, info.height, kExportBlurDivisor) == 1)
+        console::warning(
+            wxString::Format("%s: the picture is only %d x %d pixels, mosaic cells of one pixel hide nothing",
+                             options.inputPath, info.width, info.height));
+    else if (options.mode == switches::kBlurMode && appliedRectangles == 0)
+        console::warning(options.inputPath + ": no region applies to any frame, nothing is hidden");
+    if (source.variableRate)
+        console::warning(options.inputPath + ": the frame rate is variable, the copy's will be constant");
+}
+
+struct Outcome {
+    ExportResult result = ExportResult::Failed;
+    wxString text;
+};
+
+/// Runs the worker to its end. Waits for it after a stop request too.
+Outcome exportTo(const wxString& path, const Options& options, const video::VideoInfo& info) {
+    console::ProgressLine progress(options.quiet);
+    Completion completion;
+    Outcome outcome;
+    ExportWorker* worker = createExportWorker(options.mode, path, info, &progress);
+    worker->setDone([&](ExportResult result, const wxString& text) {
+        outcome = {result, text};
+        completion.signal();
+    });
+    if (worker->Run() != wxTHREAD_NO_ERROR) {
+        delete worker;
+        return {ExportResult::Failed, "can't start a thread"};
+    }
+    completion.wait([&] { worker->Delete(); });
+    return outcome;
+}
+
+} // namespace
+
+int runExport(const Options& options) {
+    wxString error;
+    std::vector<regions_csv::Region> regions;
+    if (!options.regionsPath.empty()) {
+        auto read = regions_csv::read(options.regionsPath, error);
+        if (!read)
+            return fail(options.regionsPath, error);
+        regions = std::move(*read);
+    }
+    OutputFile output;
+    if (!output.create(options.outputPath, {options.inputPath, options.regionsPath}, error))
+        return fail(options.outputPath, error);
+
+    console::ProgressLine progress(options.quiet);
+    SourceVideo source;
+    if (!readSource(options.inputPath, progress, source, error))
+        return fail(options.inputPath, error);
+
+    switches::editingMode = options.mode;
+    switches::confidenceThreshold = options.threshold;
+    const int64_t applied = fillStore(regions, source.info, options.threshold);
+
+    const Outcome outcome = exportTo(output.draftPath(), options, source.info);
+    if (stop_request::flag() || outcome.result == ExportResult::Cancelled)
+        return fail(options.inputPath, "stopped");
+    if (outcome.result == ExportResult::Failed)
+        return fail(options.inputPath, outcome.text);
+    if (!output.commit(error))
+        return fail(options.outputPath, error);
+    warn(options, source, applied);
+    return 0;
+}
