@@ -1,7 +1,7 @@
-#include <cstdio>
 #include <exception>
 #include <memory>
 
+#include "complaint.h"
 #include "doriq_export.h"
 #include "yolodetector.h"
 
@@ -12,9 +12,9 @@ extern "C" DORIQ_EXPORT doriq::ObjectDetector* Doriq_buildObjectDetector(const c
     try {
         return std::make_unique<YoloDetector>(cfgPath, weightsPath, gpu).release();
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "Doriq: %s\n", error.what());
+        complain(error.what());
     } catch (...) {
-        std::fputs("Doriq: the model can't be used\n", stderr);
+        complain("the model can't be used");
     }
     return nullptr;
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -11,6 +10,7 @@
 #include <opencv2/core/ocl.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include "complaint.h"
 #include "darknet_cfg.h"
 
 namespace {
@@ -104,9 +104,9 @@ int32_t YoloDetector::detect(const uint32_t* pixels, int32_t width, int32_t heig
         }
         return count;
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "Doriq: %s\n", error.what());
+        complain(error.what());
     } catch (...) {
-        std::fputs("Doriq: the detection failed\n", stderr);
+        complain("the detection failed");
     }
     return 0;
 }

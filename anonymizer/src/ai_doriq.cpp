@@ -12,11 +12,11 @@
 #include <wx/dynlib.h>
 #include <wx/filename.h>
 #include <wx/log.h>
-#include <wx/stdpaths.h>
 #include <wx/textfile.h>
 
 #include "doriq_contract.h"
 #include "platform.h"
+#include "settings.h"
 
 namespace ai {
 
@@ -154,9 +154,7 @@ std::optional<Detection> accept(const doriq::DetectionRecord& record, const pxl:
 } // namespace
 
 wxString folder() {
-    wxStandardPaths& paths = wxStandardPaths::Get();
-    paths.SetFileLayout(wxStandardPaths::FileLayout_XDG);
-    const wxString config = paths.GetUserConfigDir();
+    const wxString config = settings::userConfigFolder();
     const wxString product = below(config, {"Tarvex Shroud", "Plugins", "Tarvex AI"});
     return wxDirExists(product) ? product : below(config, {"Tarvex3", "Plugins", "Tarvex AI"});
 }

@@ -20,14 +20,7 @@ namespace settings {
 namespace {
 
 /// Where the data folder belongs, whether or not it exists.
-wxString folderPath() {
-    static const bool layoutChosen = [] {
-        wxStandardPaths::Get().SetFileLayout(wxStandardPaths::FileLayout_XDG);
-        return true;
-    }();
-    (void)layoutChosen;
-    return wxStandardPaths::Get().GetUserConfigDir() + wxFileName::GetPathSeparator() + "Tarvex Shroud";
-}
+wxString folderPath() { return userConfigFolder() + wxFileName::GetPathSeparator() + "Tarvex Shroud"; }
 
 bool createFolder(const wxString& folder) {
     return wxFileName::DirExists(folder) || wxFileName::Mkdir(folder, 0777, wxPATH_MKDIR_FULL);
@@ -111,6 +104,15 @@ void change(Edit edit) {
 }
 
 } // namespace
+
+wxString userConfigFolder() {
+    static const bool layoutChosen = [] {
+        wxStandardPaths::Get().SetFileLayout(wxStandardPaths::FileLayout_XDG);
+        return true;
+    }();
+    (void)layoutChosen;
+    return wxStandardPaths::Get().GetUserConfigDir();
+}
 
 wxString dataFolder() {
     const wxString folder = folderPath();

@@ -18,6 +18,9 @@ constexpr const char* kPreblurSeconds = "preblursec";
 constexpr const char* kUserLanguage = "userlang";
 constexpr const char* kLanguage = "lang";
 
+/// The user's configuration folder, which holds the data folder. Asking creates nothing.
+wxString userConfigFolder();
+
 /// Folder of settings and logs, created when missing. Empty when it can't be created.
 wxString dataFolder();
 
