@@ -7,6 +7,7 @@
 #include <cwctype>
 #include <string>
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -22,6 +23,18 @@ std::string bytes(const wxString& path) {
 
 int openFolder(const wxString& folder) {
     return open(bytes(folder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+}
+
+/// The entry point of that name, if a library that has it is loaded. The OpenGL headers stay out of this
+/// file.
+template <typename Function>
+Function loadedFunction(const char* name) {
+    return reinterpret_cast<Function>(dlsym(RTLD_DEFAULT, name));
+}
+
+/// True when the blank-separated list has the word.
+bool hasWord(const std::string& list, const std::string& word) {
+    return (" " + list + " ").find(" " + word + " ") != std::string::npos;
 }
 
 } // namespace
@@ -105,6 +118,50 @@ std::vector<wxString> commandLineArguments(int argc, char** argv) {
 
 bool isTerminal(std::FILE* stream) {
     return isatty(fileno(stream)) == 1;
+}
+
+bool setSwapInterval(int interval) {
+    const auto currentDisplay = loadedFunction<void* (*)()>("glXGetCurrentDisplay");
+    const auto currentContext = loadedFunction<void* (*)()>("glXGetCurrentContext");
+    const auto currentDrawable = loadedFunction<unsigned long (*)()>("glXGetCurrentDrawable");
+    const auto queryContext = loadedFunction<int (*)(void*, void*, int, int*)>("glXQueryContext");
+    const auto extensionsOf = loadedFunction<const char* (*)(void*, int)>("glXQueryExtensionsString");
+    using Procedure = void (*)();
+    const auto procedure = loadedFunction<Procedure (*)(const char*)>("glXGetProcAddressARB");
+    if (!currentDisplay || !currentContext || !currentDrawable || !queryContext || !extensionsOf ||
+        !procedure)
+        return false;
+    void* const display = currentDisplay();
+    void* const context = currentContext();
+    const unsigned long drawable = currentDrawable();
+    constexpr int screenAttribute = 0x800C; // GLX_SCREEN
+    int screen = 0;
+    if (!display || !context || drawable == 0 ||
+        queryContext(display, context, screenAttribute, &screen) != 0)
+        return false;
+    const char* const known = extensionsOf(display, screen);
+    const std::string extensions = known ? known : "";
+
+    // A name that nobody implements has an address all the same, so the list decides.
+    if (hasWord(extensions, "GLX_EXT_swap_control")) {
+        const auto set =
+            reinterpret_cast<void (*)(void*, unsigned long, int)>(procedure("glXSwapIntervalEXT"));
+        if (set) {
+            set(display, drawable, interval);
+            return true;
+        }
+    }
+    if (hasWord(extensions, "GLX_MESA_swap_control")) {
+        const auto set = reinterpret_cast<int (*)(unsigned)>(procedure("glXSwapIntervalMESA"));
+        if (set)
+            return set(static_cast<unsigned>(interval)) == 0;
+    }
+    if (hasWord(extensions, "GLX_SGI_swap_control")) {
+        const auto set = reinterpret_cast<int (*)(int)>(procedure("glXSwapIntervalSGI"));
+        if (set)
+            return set(interval) == 0;
+    }
+    return false;
 }
 
 std::vector<int> stopSignals() {

@@ -141,6 +141,22 @@ bool isTerminal(std::FILE* stream) {
     return _isatty(_fileno(stream)) != 0;
 }
 
+bool setSwapInterval(int interval) {
+    // Asked of the library that the canvas has loaded; this half of the program links no OpenGL.
+    const HMODULE library = GetModuleHandleW(L"opengl32.dll");
+    if (!library)
+        return false;
+    using Procedure = void (*)();
+    using Lookup = PROC(WINAPI*)(LPCSTR);
+    const auto lookup =
+        reinterpret_cast<Lookup>(reinterpret_cast<Procedure>(GetProcAddress(library, "wglGetProcAddress")));
+    if (!lookup)
+        return false;
+    using SetInterval = BOOL(WINAPI*)(int);
+    const auto set = reinterpret_cast<SetInterval>(reinterpret_cast<Procedure>(lookup("wglSwapIntervalEXT")));
+    return set && set(interval) != FALSE;
+}
+
 std::vector<int> stopSignals() {
     return {SIGINT, SIGTERM, SIGBREAK};
 }
