@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <utility>
 
 #include <wx/log.h>
@@ -10,26 +9,9 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
-#include <libswscale/swscale.h>
 }
 
 namespace {
-
-/// Pixels that the scaler may write at once.
-constexpr int32_t kScalerBlock = 32;
-
-bool isFullRange(const AVFrame& frame) {
-    switch (frame.format) {
-    case AV_PIX_FMT_YUVJ411P:
-    case AV_PIX_FMT_YUVJ420P:
-    case AV_PIX_FMT_YUVJ422P:
-    case AV_PIX_FMT_YUVJ440P:
-    case AV_PIX_FMT_YUVJ444P:
-        return true;
-    default:
-        return frame.color_range == AVCOL_RANGE_JPEG;
-    }
-}
 
 /// True when the pictures do not follow each other evenly. Time stamps of a constant rate lie within a tick
 /// of a straight line, whatever the container's units. `timestamps` in display order.
@@ -151,8 +133,7 @@ void Decoder_ffmpeg::close() {
     frameDts_.clear();
     scanned_ = false;
     variableRate_ = false;
-    paddedRows_.reset();
-    paddedRowsSize_ = 0;
+    converter_.clear();
 }
 
 bool Decoder_ffmpeg::next() {
@@ -241,40 +222,7 @@ void Decoder_ffmpeg::scan(video::Progress& progress) {
 }
 
 bool Decoder_ffmpeg::convert(pxl::Image& target) {
-    if (!frame_ || !frame_->data[0] || target.empty())
-        return false;
-    const ffmpeg::Scaler scaler(sws_getContext(
-        frame_->width, frame_->height, static_cast<AVPixelFormat>(frame_->format), target.width,
-        target.height, AV_PIX_FMT_RGBA, SWS_FAST_BILINEAR, nullptr, nullptr, nullptr));
-    if (!scaler)
-        return false;
-    ffmpeg::setYuvToRgb(scaler.get(), colorMatrix(), isFullRange(*frame_));
-
-    auto* pixels = reinterpret_cast<uint8_t*>(target.pixels);
-    const std::size_t rowBytes = 4 * static_cast<std::size_t>(target.width);
-    if (target.width % kScalerBlock == 0)
-        return scale(scaler.get(), pixels, rowBytes);
-
-    // The scaler writes whole blocks of pixels: into rows of any other width it would write past the end, or
-    // leave the last columns as they were.
-    const std::size_t blocks = (static_cast<std::size_t>(target.width) + kScalerBlock - 1) / kScalerBlock;
-    const std::size_t paddedBytes = 4 * blocks * kScalerBlock;
-    const std::size_t wanted = paddedBytes * static_cast<std::size_t>(target.height);
-    if (paddedRowsSize_ < wanted) {
-        paddedRows_.reset(static_cast<uint8_t*>(av_malloc(wanted)));
-        paddedRowsSize_ = paddedRows_ ? wanted : 0;
-    }
-    if (!paddedRows_ || !scale(scaler.get(), paddedRows_.get(), paddedBytes))
-        return false;
-    for (std::size_t row = 0; row < static_cast<std::size_t>(target.height); ++row)
-        std::memcpy(pixels + row * rowBytes, paddedRows_.get() + row * paddedBytes, rowBytes);
-    return true;
-}
-
-bool Decoder_ffmpeg::scale(SwsContext* scaler, uint8_t* target, std::size_t stride) {
-    uint8_t* const planes[] = {target, nullptr, nullptr, nullptr};
-    const int strides[] = {static_cast<int>(stride), 0, 0, 0};
-    return sws_scale(scaler, frame_->data, frame_->linesize, 0, frame_->height, planes, strides) > 0;
+    return frame_ && converter_.convert(*frame_, colorMatrix(), target);
 }
 
 int32_t Decoder_ffmpeg::colorMatrix() const {

@@ -9,6 +9,7 @@
 #include <wx/string.h>
 
 #include "ffmpeg_handles.h"
+#include "ffmpeg_rgba.h"
 #include "video_backend.h"
 
 /// A finished picture that owns its pixels.
@@ -92,7 +93,6 @@ private:
     bool decodeNext(FrameDetails* details);
     bool decodePacket(FrameDetails* details);
     bool isWanted(const AVFrame& frame);
-    bool scale(SwsContext* scaler, uint8_t* target, std::size_t stride);
     int32_t colorMatrix() const;
 
     /// Decode timestamp of the frame a pending seek must reach; any value is a valid one.
@@ -117,9 +117,7 @@ private:
     /// True once a scan has filled the index; until then it may hold entries that seeks have added.
     bool scanned_ = false;
     bool variableRate_ = false;
-    /// Rows padded for the scaler, which writes whole blocks of pixels.
-    ffmpeg::Buffer paddedRows_;
-    std::size_t paddedRowsSize_ = 0;
+    ffmpeg::RgbaConverter converter_;
     const std::atomic<bool>* interrupt_ = nullptr;
     wxString path_;
     wxString error_;
