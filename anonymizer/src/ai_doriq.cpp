@@ -153,10 +153,13 @@ std::optional<Detection> accept(const doriq::DetectionRecord& record, const pxl:
 
 } // namespace
 
+wxString ownFolder() {
+    return below(settings::userConfigFolder(), {"Tarvex Shroud", "Plugins", "Tarvex AI"});
+}
+
 wxString folder() {
-    const wxString config = settings::userConfigFolder();
-    const wxString product = below(config, {"Tarvex Shroud", "Plugins", "Tarvex AI"});
-    return wxDirExists(product) ? product : below(config, {"Tarvex3", "Plugins", "Tarvex AI"});
+    const wxString own = ownFolder();
+    return wxDirExists(own) ? own : below(settings::userConfigFolder(), {"Tarvex3", "Plugins", "Tarvex AI"});
 }
 
 void init() {

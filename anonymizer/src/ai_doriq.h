@@ -25,6 +25,9 @@ static_assert(sizeof(Detection) == 20 && offsetof(Detection, score) == 16, "five
 /// asking creates nothing.
 wxString folder();
 
+/// The place where `folder` looks first and where a library and a model belong.
+wxString ownFolder();
+
 /// Finds and loads the detection library. Called once at start-up, on the user-interface thread; what it
 /// found is logged and nothing else. Calling it again forgets the library found before.
 void init();
