@@ -13,14 +13,10 @@
 #include <wx/filefn.h>
 #include <wx/filename.h>
 
+#include "support/file_size_limit.h"
 #include "support/log_capture.h"
 #include "support/media_probe.h"
 #include "support/temp_dir.h"
-
-#if __has_include(<sys/resource.h>)
-#include <csignal>
-#include <sys/resource.h>
-#endif
 
 namespace {
 
@@ -380,31 +376,6 @@ TEST(Encoder, FullDiskAtTheHeaderFailsTheConstruction) {
     expectConstructionFails(settings, "[video encoder] Could not write header");
 }
 
-#ifdef RLIMIT_FSIZE
-namespace {
-
-/// No file of this process grows past `bytes` while this object lives.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes) : previousHandler_(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &previous_);
-        const rlimit limit{bytes, previous_.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &previous_);
-        std::signal(SIGXFSZ, previousHandler_);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    rlimit previous_{};
-    void (*previousHandler_)(int);
-};
-
-} // namespace
-
 TEST(Encoder, WriteFailureIsRememberedAndLoggedOnceWhileEncodingGoesOn) {
     const TempDir dir;
     auto settings = settingsFor(dir.file("clip.mp4"));
@@ -414,7 +385,7 @@ TEST(Encoder, WriteFailureIsRememberedAndLoggedOnceWhileEncodingGoesOn) {
     Encoder_ffmpeg encoder(settings);
     ASSERT_TRUE(encoder.isOpen());
     {
-        const FileSizeLimit limit(20000);
+        const test::FileSizeLimit limit(20000);
         for (int index = 0; index < 120; ++index)
             encoder.encode(textured(320, 240, index * 7));
         encoder.finish();
@@ -425,4 +396,3 @@ TEST(Encoder, WriteFailureIsRememberedAndLoggedOnceWhileEncodingGoesOn) {
     EXPECT_EQ(log.lines(wxLOG_Error).front(), "[video encoder] " + encoder.failureText().utf8_string());
     EXPECT_LE(readText(settings.path).size(), 20000u);
 }
-#endif

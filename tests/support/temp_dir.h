@@ -11,6 +11,10 @@ class TempDir {
 public:
     /// Path of a file in the folder, whether it exists or not.
     wxString file(const wxString& name) const { return wxString::FromUTF8(folder_.file(name.utf8_string())); }
+    /// Writes a file byte for byte.
+    void write(const wxString& name, const std::string& content) const {
+        folder_.write(name.utf8_string(), content);
+    }
     wxString path() const { return wxString::FromUTF8(folder_.path().u8string()); }
 
 private:

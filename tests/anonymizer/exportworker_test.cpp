@@ -1,0 +1,463 @@
+#include "exportworker.h"
+
+#include <cmath>
+#include <filesystem>
+#include <stdexcept>
+
+#include <wx/filefn.h>
+
+#include "support/export_fixture.h"
+#include "support/file_size_limit.h"
+
+namespace {
+
+using test::ExportFixture;
+using test::LogCapture;
+using testing::Test;
+
+using Lines = std::vector<std::string>;
+
+/// Passes everything on, but some frames can't be converted.
+class FlawedDecoder : public video::Decoder {
+public:
+    FlawedDecoder(std::shared_ptr<video::Decoder> inner, std::function<bool(int64_t)> convertible)
+        : inner_(std::move(inner)), convertible_(std::move(convertible)) {}
+
+    bool open(const wxString& path) override { return inner_->open(path); }
+    void close() override { inner_->close(); }
+    void scan(video::Progress& progress) override { inner_->scan(progress); }
+    bool convert(pxl::Image& target) override {
+        return convertible_(inner_->frameIndex()) && inner_->convert(target);
+    }
+    int64_t frameIndex() const override { return inner_->frameIndex(); }
+    void reset() override { inner_->reset(); }
+    bool seek(int frame) override { return inner_->seek(frame); }
+    bool next() override { return inner_->next(); }
+    video::VideoInfo& info(video::VideoInfo& out) override { return inner_->info(out); }
+    wxString lastError() const override { return inner_->lastError(); }
+
+private:
+    std::shared_ptr<video::Decoder> inner_;
+    std::function<bool(int64_t)> convertible_;
+};
+
+class ThrowingProcessor : public IImageProcessor {
+public:
+    const Image* process(const Image&, int32_t, int32_t) override {
+        throw std::runtime_error("no more memory");
+    }
+};
+
+bool exists(const wxString& path) {
+    return wxFileName::Exists(path);
+}
+
+std::string bytesOf(const wxString& path) {
+    return test::readFile(path.utf8_string());
+}
+
+class ExportWorkerTest : public ExportFixture {};
+
+} // namespace
+
+// --- The normal way
+
+TEST_F(ExportWorkerTest, ReportsProgressEveryHundredFrames) {
+    const auto ended = run(makeWorker(prepare("plain.mp4")));
+    EXPECT_EQ(ended.result, ExportResult::Success);
+    EXPECT_EQ(ended.text, "");
+    EXPECT_EQ(progress.calls(), (Lines{"start Export|Exporting video " + output.utf8_string() + "|250",
+                                       "update 0|", "update 100|", "update 200|", "finish"}));
+    EXPECT_EQ(test::probe(output).packets.size(), 250u);
+}
+
+TEST_F(ExportWorkerTest, StartsTheProgressOnceTheEncoderExists) {
+    bool existed = false;
+    progress.onStart = [&] { existed = exists(output); };
+    run(makeWorker(prepare("two_frames.mp4")));
+    EXPECT_TRUE(existed);
+}
+
+TEST_F(ExportWorkerTest, CompletionComesAfterTheProgressHasFinished) {
+    Lines callsAtCompletion;
+    std::promise<void> done;
+    auto* worker = makeWorker(prepare("two_frames.mp4"));
+    worker->setDone([&](ExportResult, const wxString&) {
+        callsAtCompletion = progress.calls();
+        done.set_value();
+    });
+    ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
+    done.get_future().wait();
+    ASSERT_FALSE(callsAtCompletion.empty());
+    EXPECT_EQ(callsAtCompletion.back(), "finish");
+}
+
+TEST_F(ExportWorkerTest, RunsWithoutACompletionCallback) {
+    auto* worker = makeWorker(prepare("two_frames.mp4"));
+    std::promise<void> gone;
+    worker->encoderFor = [&gone](const video::EncoderSettings& settings) {
+        struct Watched : Encoder_ffmpeg {
+            Watched(const video::EncoderSettings& chosen, std::promise<void>& destroyed)
+                : Encoder_ffmpeg(chosen), gone(destroyed) {}
+            ~Watched() override { gone.set_value(); }
+            std::promise<void>& gone;
+        };
+        return std::make_shared<Watched>(settings, gone);
+    };
+    ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
+    gone.get_future().wait();
+    EXPECT_EQ(test::probe(output).packets.size(), 2u);
+}
+
+TEST_F(ExportWorkerTest, LogsItsLifeAndTheChoiceOfTheCodec) {
+    LogCapture log;
+    run(makeWorker(prepare("two_frames.mp4")));
+    EXPECT_EQ(log.lines(), (Lines{"[VideoExportThread] Thread created", "Trying to select h264 encoder.",
+                                  "[VideoExportThread] Thread destroyed"}));
+    EXPECT_EQ(log.lines(wxLOG_Message), log.lines());
+}
+
+TEST_F(ExportWorkerTest, HandsTheSourcesShapeToTheEncoder) {
+    video::EncoderSettings seen;
+    const auto info = prepare("fps_2997.mp4");
+    auto* worker = makeWorker(info);
+    worker->encoderFor = [&](const video::EncoderSettings& settings) {
+        seen = settings;
+        return std::make_shared<Encoder_ffmpeg>(settings);
+    };
+    run(worker);
+    EXPECT_EQ(seen.width, info.width);
+    EXPECT_EQ(seen.height, info.height);
+    EXPECT_DOUBLE_EQ(seen.fps, info.fps);
+    EXPECT_EQ(seen.bitRate, info.bitRate);
+    EXPECT_EQ(seen.gopSize, info.gopSize);
+    EXPECT_EQ(seen.passes, 1);
+    EXPECT_EQ(seen.path, output);
+    EXPECT_EQ(seen.codec, video::kCodecH264);
+    EXPECT_EQ(seen.colorMatrix, info.colorMatrix);
+}
+
+TEST_F(ExportWorkerTest, FileIsByteForByteThatOfAPlainLoop) {
+    const auto info = prepare("bframes.mp4");
+    for (int64_t frame = 20; frame <= 90; ++frame)
+        addBlur(frame, {static_cast<float>(2 * frame), 60, 90, 70});
+    ASSERT_EQ(run(makeWorker(info)).result, ExportResult::Success);
+
+    video::EncoderSettings settings;
+    settings.width = info.width;
+    settings.height = info.height;
+    settings.fps = info.fps;
+    settings.gopSize = info.gopSize;
+    settings.path = dir.file("plain.mp4");
+    Decoder_ffmpeg decoder;
+    ASSERT_TRUE(decoder.open(info.path));
+    Encoder_ffmpeg encoder(settings);
+    ASSERT_TRUE(encoder.isOpen());
+    Frameblur processor;
+    pxl::Image image(info.width, info.height);
+    while (decoder.next())
+        if (decoder.convert(image)) {
+            const Image* result = processor.process(image, static_cast<int32_t>(decoder.frameIndex()), 50);
+            encoder.encode(std::make_shared<Frame_ffmpeg>(result->clone(), decoder.frameIndex()));
+        }
+    encoder.finish();
+    EXPECT_GT(bytesOf(output).size(), 10000u);
+    EXPECT_TRUE(bytesOf(output) == bytesOf(settings.path));
+}
+
+TEST_F(ExportWorkerTest, TwoExportsAndAnEditingUserGetAlong) {
+    const auto info = prepare("plain.mp4");
+    progress.onUpdate = [](int32_t) {
+        for (int64_t frame = 1; frame <= 250; ++frame)
+            addBlur(frame, {10, 60, 40, 40}, frame);
+    };
+    start(makeWorker(info));
+    test::RecordingProgress secondProgress;
+    std::promise<ExportResult> second;
+    ExportWorker* other =
+        createExportWorker(switches::kUnblurMode, dir.file("second.mp4"), info, &secondProgress);
+    other->setDone([&second](ExportResult result, const wxString&) { second.set_value(result); });
+    ASSERT_EQ(other->Run(), wxTHREAD_NO_ERROR);
+    for (int64_t frame = 1; frame <= 250; ++frame)
+        addBlur(frame, {100, 60, 40, 40}, 1000 + frame);
+    EXPECT_EQ(await().result, ExportResult::Success);
+    EXPECT_EQ(second.get_future().get(), ExportResult::Success);
+    EXPECT_EQ(test::probe(dir.file("second.mp4")).packets.size(), 250u);
+}
+
+// --- Frames that can't be converted
+
+TEST_F(ExportWorkerTest, FailedConversionsCountForTheProgressAndAreSkipped) {
+    auto* worker = makeWorker(prepare("plain.mp4"));
+    worker->wrapDecoder = [](std::shared_ptr<video::Decoder> decoder) {
+        return std::make_shared<FlawedDecoder>(std::move(decoder),
+                                               [](int64_t frame) { return frame != 1 && frame != 50; });
+    };
+    EXPECT_EQ(run(worker).result, ExportResult::Success);
+    // Counter 0 was the frame that failed.
+    EXPECT_EQ(progress.calls(), (Lines{"start Export|Exporting video " + output.utf8_string() + "|250",
+                                       "update 100|", "update 200|", "finish"}));
+    EXPECT_EQ(test::probe(output).packets.size(), 248u);
+}
+
+TEST_F(ExportWorkerTest, NoConvertibleFrameAtAllIsAFailure) {
+    auto* worker = makeWorker(prepare("two_frames.mp4"));
+    worker->wrapDecoder = [](std::shared_ptr<video::Decoder> decoder) {
+        return std::make_shared<FlawedDecoder>(std::move(decoder), [](int64_t) { return false; });
+    };
+    const auto ended = run(worker);
+    EXPECT_EQ(ended.result, ExportResult::Failed);
+    EXPECT_EQ(ended.text, "The video has no frames to export.");
+    EXPECT_FALSE(exists(output));
+}
+
+// --- The choice of the encoder
+
+TEST_F(ExportWorkerTest, WithoutAnH264EncoderTheFileIsMpeg4) {
+    auto* worker = makeWorker(prepare("two_frames.mp4"));
+    worker->encoderFor = [](const video::EncoderSettings& settings) -> std::shared_ptr<Encoder_ffmpeg> {
+        if (settings.codec == video::kCodecH264)
+            return nullptr;
+        return std::make_shared<Encoder_ffmpeg>(settings);
+    };
+    LogCapture log;
+    EXPECT_EQ(run(worker).result, ExportResult::Success);
+    EXPECT_EQ(log.lines(), (Lines{"Trying to select h264 encoder.", "No h264 encoder. Fallback MPEG4",
+                                  "[VideoExportThread] Thread destroyed"}));
+    EXPECT_EQ(test::probe(output).stream["codec_name"], "mpeg4");
+}
+
+TEST_F(ExportWorkerTest, OddSizesFallBackToMpeg4) {
+    for (const char* clip : {"odd_321x181.mp4"}) {
+        LogCapture log;
+        const auto info = prepare(clip);
+        EXPECT_EQ(run(makeWorker(info)).result, ExportResult::Success);
+        EXPECT_TRUE(log.contains("No h264 encoder. Fallback MPEG4"));
+        auto report = test::probe(output);
+        EXPECT_EQ(report.stream["codec_name"], "mpeg4");
+        EXPECT_EQ(report.number("width"), 321);
+        EXPECT_EQ(report.number("height"), 181);
+        EXPECT_EQ(report.packets.size(), 60u);
+    }
+}
+
+TEST_F(ExportWorkerTest, NoEncoderAtAllIsReportedAndNothingIsDecoded) {
+    auto* worker = makeWorker(prepare("plain.mp4"), std::make_shared<ThrowingProcessor>());
+    worker->encoderFor = [](const video::EncoderSettings&) { return nullptr; };
+    const auto ended = run(worker);
+    EXPECT_EQ(ended.result, ExportResult::Failed);
+    EXPECT_EQ(ended.text, "There is no video encoder.");
+    EXPECT_EQ(progress.calls(), (Lines{"start Export|Exporting video " + output.utf8_string() + "|250",
+                                       "update 0|There is no video encoder.", "finish"}));
+    EXPECT_FALSE(exists(output));
+}
+
+TEST_F(ExportWorkerTest, EncodersThatAreNotReadyLeaveAnExistingFileAlone) {
+    auto info = prepare("plain.mp4");
+    info.fps = std::nan("");
+    dir.write("out.mp4", "precious");
+    const auto ended = run(makeWorker(info));
+    EXPECT_EQ(ended.result, ExportResult::Failed);
+    EXPECT_EQ(ended.text, "The frame rate of the video is not usable.");
+    EXPECT_EQ(progress.calls().back(), "finish");
+    EXPECT_EQ(bytesOf(output), "precious");
+}
+
+TEST_F(ExportWorkerTest, MissingFolderFailsWithTheLibrarysWords) {
+    const auto info = prepare("plain.mp4");
+    output = dir.file("nowhere") + "/out.mp4";
+    const auto ended = run(makeWorker(info));
+    EXPECT_EQ(ended.result, ExportResult::Failed);
+    EXPECT_EQ(ended.text, "No such file or directory");
+}
+
+TEST_F(ExportWorkerTest, FolderWithoutWritePermissionFails) {
+    const auto info = prepare("plain.mp4");
+    wxFileName::Mkdir(dir.file("closed"));
+    output = dir.file("closed") + "/out.mp4";
+    std::filesystem::permissions(dir.file("closed").utf8_string(),
+                                 std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
+    const test::WithoutPrivileges permissionsApply;
+    const auto ended = run(makeWorker(info));
+    EXPECT_EQ(ended.result, ExportResult::Failed);
+    EXPECT_EQ(ended.text, "Permission denied");
+}
+
+TEST_F(ExportWorkerTest, QuickTimeIsChosenByTheName) {
+    const auto info = prepare("bframes.mov");
+    output = dir.file("out.mov");
+    EXPECT_EQ(run(makeWorker(info)).result, ExportResult::Success);
+    auto report = test::probe(output);
+    EXPECT_EQ(report.format["tag:major_brand"], "qt  ");
+    EXPECT_EQ(report.packets.size(), 248u);
+}
+
+TEST_F(ExportWorkerTest, PicturesTooSmallForAMosaicAreLogged) {
+    auto info = prepare("plain.mp4");
+    info.width = 160;
+    info.height = 90;
+    LogCapture log;
+    EXPECT_EQ(run(makeWorker(info)).result, ExportResult::Success);
+    EXPECT_EQ(log.lines(wxLOG_Warning).size(), 1u);
+    EXPECT_EQ(test::probe(output).number("width"), 160);
+}
+
+// --- Sources that give nothing
+
+TEST_F(ExportWorkerTest, SourceThatCannotBeOpenedStillRunsTheWholeCourse) {
+    auto info = prepare("plain.mp4");
+    info.path = dir.file("missing.mp4");
+    bool existed = false;
+    progress.onStart = [&] { existed = exists(output); };
+    const auto ended = run(makeWorker(info));
+    EXPECT_EQ(ended.result, ExportResult::Failed);
+    EXPECT_EQ(ended.text, "No such file or directory");
+    EXPECT_EQ(progress.calls(),
+              (Lines{"start Export|Exporting video " + output.utf8_string() + "|250", "finish"}));
+    EXPECT_TRUE(existed);
+    EXPECT_FALSE(exists(output));
+}
+
+TEST_F(ExportWorkerTest, SourcesWithoutAPictureFail) {
+    const auto info = prepare("plain.mp4");
+    for (const char* clip : {"empty.mp4", "text.mp4", "audio_only.mp4", "directory.mp4",
+                             "truncated_no_index.mp4", "one_frame_bframes.mp4", "two_frames_bframes.mp4"}) {
+        auto broken = info;
+        broken.path = test::clipPath(clip);
+        test::RecordingProgress calls;
+        std::promise<std::pair<ExportResult, std::string>> ended;
+        auto* worker = createExportWorker(switches::kBlurMode, output, broken, &calls);
+        worker->setDone([&ended](ExportResult result, const wxString& text) {
+            ended.set_value({result, text.utf8_string()});
+        });
+        ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
+        const auto [result, text] = ended.get_future().get();
+        EXPECT_EQ(result, ExportResult::Failed) << clip;
+        EXPECT_NE(text, "") << clip;
+        EXPECT_EQ(calls.calls().back(), "finish") << clip;
+        EXPECT_FALSE(exists(output)) << clip;
+    }
+}
+
+TEST_F(ExportWorkerTest, DamagedSourcesGiveWhatCanBeDecoded) {
+    for (const char* clip : {"truncated_5.mp4", "corrupt.mp4"}) {
+        const auto info = prepare(clip);
+        ASSERT_GT(info.frameCount, 0) << clip;
+        std::promise<ExportResult> ended;
+        auto* worker = createExportWorker(switches::kBlurMode, output, info, &progress);
+        worker->setDone([&ended](ExportResult result, const wxString&) { ended.set_value(result); });
+        ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
+        EXPECT_EQ(ended.get_future().get(), ExportResult::Success) << clip;
+        EXPECT_EQ(test::probe(output).packets.size(), static_cast<std::size_t>(info.frameCount)) << clip;
+    }
+}
+
+TEST_F(ExportWorkerTest, SourceIsNeverWrittenTo) {
+    auto info = prepare("two_frames.mp4");
+    const std::string original = bytesOf(info.path);
+    dir.write("source.mp4", original);
+    info.path = dir.file("source.mp4");
+    std::filesystem::create_symlink("source.mp4", dir.file("link.mp4").utf8_string());
+    std::filesystem::create_hard_link(info.path.utf8_string(), dir.file("hard.mp4").utf8_string());
+    for (const char* name : {"source.mp4", "link.mp4", "hard.mp4"}) {
+        test::RecordingProgress calls;
+        std::promise<ExportResult> ended;
+        auto* worker = createExportWorker(switches::kBlurMode, dir.file(name), info, &calls);
+        worker->setDone([&ended](ExportResult result, const wxString&) { ended.set_value(result); });
+        ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
+        EXPECT_EQ(ended.get_future().get(), ExportResult::Failed) << name;
+        EXPECT_EQ(calls.calls().back(), "finish") << name;
+        EXPECT_TRUE(bytesOf(info.path) == original) << name;
+    }
+}
+
+// --- Being stopped, and failing on the way
+
+TEST_F(ExportWorkerTest, CancelledExportLeavesAReadableShorterFile) {
+    std::promise<void> reached;
+    std::promise<void> goOn;
+    progress.onUpdate = [&](int32_t value) {
+        if (value == 100) {
+            reached.set_value();
+            goOn.get_future().wait();
+        }
+    };
+    auto* worker = makeWorker(prepare("plain.mp4"));
+    start(worker);
+    reached.get_future().wait();
+    worker->Delete();
+    goOn.set_value();
+    const auto ended = await();
+    EXPECT_EQ(ended.result, ExportResult::Cancelled);
+    EXPECT_EQ(ended.text, "");
+    EXPECT_EQ(progress.calls(), (Lines{"start Export|Exporting video " + output.utf8_string() + "|250",
+                                       "update 0|", "update 100|", "finish"}));
+    auto report = test::probe(output);
+    EXPECT_EQ(report.packets.size(), 101u);
+    EXPECT_DOUBLE_EQ(report.seconds("duration"), 4.04);
+}
+
+TEST_F(ExportWorkerTest, CancelledBeforeTheFirstFrameItStillEndsProperly) {
+    std::promise<void> reached;
+    std::promise<void> goOn;
+    progress.onStart = [&] {
+        reached.set_value();
+        goOn.get_future().wait();
+    };
+    auto* worker = makeWorker(prepare("plain.mp4"));
+    start(worker);
+    reached.get_future().wait();
+    worker->Delete();
+    goOn.set_value();
+    EXPECT_EQ(await().result, ExportResult::Cancelled);
+    EXPECT_EQ(progress.calls(),
+              (Lines{"start Export|Exporting video " + output.utf8_string() + "|250", "finish"}));
+}
+
+TEST_F(ExportWorkerTest, FullDiskFailsAndLeavesNothingBehind) {
+    std::filesystem::path full = "/dev/full";
+    if (!std::filesystem::exists(full))
+        GTEST_SKIP() << "no /dev/full here";
+    const auto info = prepare("plain.mp4");
+    std::filesystem::create_symlink(full, output.utf8_string());
+    const auto ended = run(makeWorker(info));
+    EXPECT_EQ(ended.result, ExportResult::Failed);
+    EXPECT_EQ(ended.text, "No space left on device");
+    EXPECT_TRUE(std::filesystem::exists(full));
+}
+
+TEST_F(ExportWorkerTest, WriteFailureOnTheWayFailsAndRemovesTheRest) {
+    const auto info = prepare("plain.mp4");
+    Ended ended;
+    {
+        const test::FileSizeLimit limit(30000);
+        ended = run(makeWorker(info));
+    }
+    EXPECT_EQ(ended.result, ExportResult::Failed);
+    EXPECT_EQ(ended.text, "File too large");
+    EXPECT_EQ(progress.calls().back(), "finish");
+    EXPECT_FALSE(exists(output));
+}
+
+TEST_F(ExportWorkerTest, FolderRemovedMeanwhileIsAFailure) {
+    const auto info = prepare("plain.mp4");
+    const wxString folder = dir.file("folder");
+    wxFileName::Mkdir(folder);
+    output = folder + "/out.mp4";
+    progress.onUpdate = [&](int32_t value) {
+        if (value == 100)
+            wxFileName::Rmdir(folder, wxPATH_RMDIR_RECURSIVE);
+    };
+    const auto ended = run(makeWorker(info));
+    EXPECT_EQ(ended.result, ExportResult::Failed);
+    EXPECT_EQ(ended.text, "The exported file has disappeared.");
+}
+
+TEST_F(ExportWorkerTest, ThrowingProcessorFailsButEndsInOrder) {
+    const auto ended = run(makeWorker(prepare("plain.mp4"), std::make_shared<ThrowingProcessor>()));
+    EXPECT_EQ(ended.result, ExportResult::Failed);
+    EXPECT_EQ(ended.text, "no more memory");
+    EXPECT_EQ(progress.calls(),
+              (Lines{"start Export|Exporting video " + output.utf8_string() + "|250", "finish"}));
+    EXPECT_FALSE(exists(output));
+}
