@@ -27,20 +27,34 @@ void Tips::close() {
     wanted_.reset();
     if (!window_)
         return;
-    wxTipWindow* const window = window_;
-    window_ = nullptr;
-    window->Unbind(wxEVT_DESTROY, &Tips::onDestroy, this);
-    window->Close();
+    window_->Unbind(wxEVT_DESTROY, &Tips::onDestroy, this);
+    // Sets window_ to null.
+    window_->Close();
 }
 
 void Tips::onTimer(wxTimerEvent&) {
     if (!wanted_ || !canvas_->IsShownOnScreen())
         return;
     const Geometry& place = wanted_->geometry;
-    window_ = new wxTipWindow(canvas_, wanted_->text, canvas_->FromDIP(kMaxWidth));
+    // The window sets the pointer to null when it closes, whoever closes it, and destroys itself a little
+    // later.
+    window_ = new wxTipWindow(canvas_, wanted_->text, canvas_->FromDIP(kMaxWidth), &window_);
     window_->SetBoundingRect(
         {canvas_->ClientToScreen(wxPoint(place.x, place.y)), wxSize(place.width, place.height)});
     window_->Bind(wxEVT_DESTROY, &Tips::onDestroy, this);
+    // It has captured the mouse, so a press on the element below arrives in its view.
+    for (wxWindow* view : window_->GetChildren())
+        view->Bind(wxEVT_LEFT_DOWN, &Tips::onPress, this);
+}
+
+void Tips::onPress(wxMouseEvent& event) {
+    const auto* view = wxStaticCast(event.GetEventObject(), wxWindow);
+    const wxPoint position = canvas_->ScreenToClient(view->ClientToScreen(event.GetPosition()));
+    close();
+    auto* press = new wxMouseEvent(event);
+    press->SetPosition(position);
+    press->SetEventObject(canvas_);
+    canvas_->GetEventHandler()->QueueEvent(press);
 }
 
 void Tips::onDestroy(wxWindowDestroyEvent& event) {

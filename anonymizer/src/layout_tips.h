@@ -33,6 +33,7 @@ public:
 
 private:
     void onTimer(wxTimerEvent& event);
+    void onPress(wxMouseEvent& event);
     void onDestroy(wxWindowDestroyEvent& event);
 
     wxWindow* canvas_;

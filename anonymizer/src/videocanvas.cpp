@@ -142,6 +142,8 @@ void VideoCanvas2::Impl::set(VideoPlayer* player) {
     apply(interaction_.reset());
     if (!player)
         return;
+    // Keys reach the application's filter only while one of its windows has the focus.
+    window_.SetFocus();
     player->setOnFrame([this](std::shared_ptr<VideoPlayer::Frame> frame) {
         controls.showFrame(frame->index);
         interaction_.deliver(std::move(frame));

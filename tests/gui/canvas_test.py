@@ -6,11 +6,15 @@ import driver
 class Canvas(driver.GuiTest):
     def test_first_frame_is_shown_letter_boxed_over_the_bar(self):
         app = self.open("plain.mp4")
-        picture = app.wait_number(1)
+        app.wait_number(1)
+        picture = app.still_shot()
         scale, left, top = app.place(320, 180)
         self.assertGreater(left + top, 2)
-        for x, y in ((1, 1), (picture.width - 2, picture.height - 2), (picture.width // 2, picture.height - 2)):
+        corner = (int(left) // 2, int(top) // 2)
+        far_corner = (picture.width - 1 - corner[0], picture.height - 33 - corner[1])
+        for x, y in (corner, far_corner, (picture.width // 2, picture.height - 2)):
             self.assertEqual(picture.pixel(x, y), (32, 32, 32))
+        self.assertNotEqual(picture.pixel(left + 2 * scale, top + 12 * scale), (32, 32, 32))
         x, y = app.timeline(0)
         self.assertEqual(picture.pixel(x, y), (255, 255, 255))
 
@@ -25,6 +29,24 @@ class Canvas(driver.GuiTest):
         number = app.number(app.still_shot())
         self.assertGreater(number, 10)
         self.assertLess(number, 250)
+
+    def test_button_works_with_its_tool_tip_open(self):
+        app = self.open("plain.mp4")
+        app.wait_number(1)
+        windows = len(self.screen.windows())
+        app.move(*app.play_button())
+        driver.wait_until(lambda: len(self.screen.windows()) > windows, "the tool tip")
+        app.press()
+        app.release()
+        app.wait_log(r"\[VideoPlayer\] play 25fps")
+        driver.wait_until(lambda: len(self.screen.windows()) == windows, "the tool tip to close")
+        app.wait_shot(lambda picture: (app.number(picture) or 0) > 5, "playing on")
+        driver.wait_until(lambda: len(self.screen.windows()) > windows, "the tool tip")
+        app.move(300, 200)
+        driver.wait_until(lambda: len(self.screen.windows()) == windows, "the tool tip to close")
+        app.click(*app.play_button())
+        app.wait_log(r"\[VideoPlayer\] stop")
+        self.assertNotIn("failed in", app.console())
 
     def test_click_on_the_playing_picture_pauses(self):
         app = self.open("plain.mp4")
@@ -118,7 +140,7 @@ class Canvas(driver.GuiTest):
         # One frame on there is none.
         app.move(*app.at(250, 60))
         x, y = app.timeline(last / 247)
-        app.click(x + 4, y)
+        app.click(x + 40, y)
         app.wait_shot(lambda shot: (app.number(shot) or 0) > last, "a later frame")
         later = app.still_shot()
         self.assertNotEqual(app.pixel_at(later, 140 - 8, 120), (255, 255, 255))

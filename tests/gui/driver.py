@@ -106,6 +106,12 @@ class Screen:
         subprocess.run(["xdotool"] + [str(part) for part in command], env=self.env, check=True,
                        stdout=subprocess.DEVNULL)
 
+    def windows(self):
+        """Ids of all windows on the screen, tool tips and menus too."""
+        tree = self.output("xdotool", "search", "--onlyvisible", "--name", ".*").decode().split()
+        tree += self.output("xdotool", "search", "--onlyvisible", "--class", ".*").decode().split()
+        return sorted(set(tree))
+
     def shot(self):
         data = self.output("import", "-silent", "-window", "root", "-depth", "8", "rgb:-")
         return Image(self.size[0], self.size[1], data)
