@@ -1,0 +1,136 @@
+#include <csignal>
+#include <thread>
+
+#include "batch_fixture.h"
+
+using namespace batch_test;
+
+namespace {
+
+class BatchFailure : public BatchTest {};
+class BatchStop : public BatchTest {
+protected:
+    std::string draft() const {
+        const std::string names = folder_.listing();
+        return names.find(".partial-") == std::string::npos ? std::string() : names;
+    }
+    /// Lets the program run until `isReached` and asks it to stop.
+    template <class Condition>
+    void stopAt(int signal, Condition isReached) {
+        folder_.write("out.mp4", "old");
+        test::Process process(start({media("sample.mp4"), "out.mp4"}));
+        while (!isReached() && process.isRunning())
+            std::this_thread::yield();
+        ASSERT_TRUE(process.isRunning()) << "ended too early";
+        process.sendSignal(signal);
+        const test::ProcessResult result = process.wait();
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.error, "tarvex_shroud_batch: " + media("sample.mp4") + ": stopped\n");
+        EXPECT_EQ(folder_.listing(), "out.mp4");
+        EXPECT_EQ(test::readFile(folder_.file("out.mp4")), "old");
+    }
+    uintmax_t draftSize() const {
+        for (const auto& entry : fs::directory_iterator(folder_.path()))
+            if (entry.path().filename().u8string().find(".partial-") != std::string::npos)
+                return entry.file_size();
+        return 0;
+    }
+};
+
+} // namespace
+
+TEST_F(BatchFailure, UnusableInputsAreNamed) {
+    const std::pair<std::string, std::string> cases[] = {
+        {folder_.file("missing.mp4"), "No such file or directory"},
+        {media("text.mp4"), "Invalid data found when processing input"},
+        {media("empty.mp4"), "Invalid data found when processing input"},
+        {media("truncated_no_index.mp4"), "Invalid data found when processing input"},
+        {media("audio_only.mp4"), "the file holds no video that can be decoded"},
+        {media("directory.mp4"), "Is a directory"},
+        {media("one_frame_bframes.mp4"), "The video has no frames to export."},
+    };
+    for (const auto& [input, reason] : cases)
+        expectFailure({input, "out.mp4"}, input + ": " + reason);
+}
+
+TEST_F(BatchFailure, InputWithoutReadPermission) {
+    fs::permissions(folder_.path(), fs::perms::all);
+    const std::string input = folder_.file("in.mp4");
+    fs::copy_file(media("two_frames.mp4"), input);
+    fs::permissions(input, fs::perms::none);
+    const test::WithoutPrivileges user;
+    expectFailure({input, "out.mp4"}, input + ": Permission denied");
+}
+
+TEST_F(BatchFailure, OutputWhereNothingCanBeWritten) {
+    expectFailure({media("two_frames.mp4"), "no/out.mp4"},
+                  "no/out.mp4: can't create a file in " + folder_.file("no") + ": No such file or directory");
+    fs::create_directory(folder_.path() / "closed");
+    fs::permissions(folder_.path() / "closed", fs::perms::owner_read | fs::perms::owner_exec);
+    fs::permissions(folder_.path(), fs::perms::all);
+    const test::WithoutPrivileges user;
+    expectFailure({media("two_frames.mp4"), "closed/out.mp4"},
+                  "closed/out.mp4: can't create a file in " + folder_.file("closed") + ": Permission denied");
+}
+
+TEST_F(BatchFailure, OutputThatIsNoVideoFile) {
+    fs::create_directory(folder_.path() / "folder.mp4");
+    expectFailure({media("two_frames.mp4"), "folder.mp4"}, "folder.mp4: Is a directory");
+    fs::create_symlink("/dev/null", folder_.path() / "device.mp4");
+    expectFailure({media("two_frames.mp4"), "device.mp4"}, "device.mp4: is not a regular file");
+    for (const char* name : {"out.avi", "out", "mp4", "out.mp4.txt"})
+        expectFailure({media("two_frames.mp4"), name},
+                      std::string(name) + ": the name must end in .mp4 or .mov");
+}
+
+TEST_F(BatchFailure, InputIsNeverTheOutput) {
+    fs::copy_file(media("two_frames.mp4"), folder_.file("in.mp4"));
+    fs::create_symlink("in.mp4", folder_.path() / "symbolic.mp4");
+    fs::create_hard_link(folder_.file("in.mp4"), folder_.file("hard.mp4"));
+    const std::string before = test::readFile(folder_.file("in.mp4"));
+    for (const char* name : {"in.mp4", "./in.mp4", "symbolic.mp4", "hard.mp4"})
+        expectFailure({"in.mp4", name}, std::string(name) + ": is the same file as in.mp4");
+    expectFailure({"symbolic.mp4", "in.mp4"}, "in.mp4: is the same file as symbolic.mp4");
+    EXPECT_EQ(test::readFile(folder_.file("in.mp4")), before);
+}
+
+TEST_F(BatchFailure, RegionsFileIsNeverTheOutput) {
+    folder_.write("regions.mp4", "1,2,3,4,5,6\n");
+    expectFailure({"--regions", "regions.mp4", media("two_frames.mp4"), "regions.mp4"},
+                  "regions.mp4: is the same file as regions.mp4");
+    EXPECT_EQ(test::readFile(folder_.file("regions.mp4")), "1,2,3,4,5,6\n");
+}
+
+TEST_F(BatchFailure, BadRegionsAreNamedByTheirLine) {
+    folder_.write("regions.csv", "first_frame,last_frame,x,y,w,h\n1,2,3,4,5,6\n9,8,3,4,5,6\n");
+    expectFailure({"--regions", "regions.csv", media("two_frames.mp4"), "out.mp4"},
+                  "regions.csv: line 3: first_frame 9 lies after last_frame 8");
+    expectFailure({"--regions", "missing.csv", media("two_frames.mp4"), "out.mp4"},
+                  "missing.csv: No such file or directory");
+}
+
+TEST_F(BatchFailure, MessagesAreUtf8InEveryLocale) {
+    test::ProcessStart how = start({"нет 🎬.mp4", "out.mp4"});
+    how.environment["LC_ALL"] = "C";
+    EXPECT_EQ(test::run(how).error, "tarvex_shroud_batch: нет 🎬.mp4: No such file or directory\n");
+}
+
+TEST_F(BatchFailure, FullDiskLeavesNothingBehind) {
+    test::ProcessStart how = start({});
+    how.arguments = {"-c", "ulimit -f 20; exec \"$0\" --mode unblur \"$1\" out.mp4", how.program,
+                     media("plain.mp4")};
+    how.program = "/bin/bash";
+    const test::ProcessResult result = test::run(how);
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.error, testing::StartsWith("tarvex_shroud_batch: "));
+    EXPECT_EQ(std::count(result.error.begin(), result.error.end(), '\n'), 1);
+    EXPECT_EQ(folder_.listing(), "");
+}
+
+TEST_F(BatchStop, WhileReadingLeavesNothingBehind) {
+    stopAt(SIGINT, [&] { return !draft().empty(); });
+}
+
+TEST_F(BatchStop, WhileWritingLeavesNothingBehind) {
+    stopAt(SIGTERM, [&] { return draftSize() > 0; });
+}
