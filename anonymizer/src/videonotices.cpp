@@ -14,7 +14,7 @@ namespace {
 constexpr double kToleratedSeconds = 2.0;
 constexpr double kToleratedShare = 0.05;
 
-/// Pictures that are not evenly spaced need another time than their number divided by the rate.
+/// Frames that are unevenly spaced, or missing, need another time than their number divided by the rate.
 bool isUnevenlySpaced(const video::VideoInfo& info) {
     if (!(info.fps > 0) || !std::isfinite(info.fps) || info.durationSec <= 0)
         return false;
@@ -34,7 +34,7 @@ std::vector<wxString> noticesFor(const video::VideoInfo& info) {
             _("This video is too small to hide anything: a cell of the mosaic is a single pixel."));
     if (isUnevenlySpaced(info))
         notices.push_back(
-            wxString::Format(_("This video seems to have a variable frame rate. It is played and "
+            wxString::Format(_("This video has a variable frame rate or is incomplete. It is played and "
                                "exported evenly, at %.4g frames per second."),
                              info.fps));
     return notices;

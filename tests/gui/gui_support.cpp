@@ -11,7 +11,7 @@ namespace test {
 
 namespace {
 
-constexpr std::chrono::seconds kPatience(30);
+constexpr std::chrono::seconds kPatience(120);
 constexpr unsigned long kPollMilliseconds = 5;
 
 void turn(wxEventLoopBase& loop) {
@@ -67,13 +67,15 @@ int DialogAnswers::Enter(wxDialog* dialog) {
         return answer_;
     }
     if (auto* files = dynamic_cast<wxFileDialog*>(dialog)) {
-        fileDialogs.push_back((files->GetTitle() + "; " + files->GetDirectory() + "; " +
+        fileDialogs.push_back((files->GetMessage() + "; " + files->GetDirectory() + "; " +
                                files->GetWildcard() + wxString::Format("; %d", files->GetFilterIndex()))
                                   .utf8_string());
         if (file_.empty())
             return wxID_CANCEL;
-        files->SetPath(file_);
         files->SetFilterIndex(filter_);
+        files->SetPath(file_);
+        // The native dialog takes the path over while the event loop runs.
+        runUntil([&] { return files->GetPath() == file_; });
         return wxID_OK;
     }
     return other_ ? other_(dialog) : wxID_CANCEL;

@@ -9,7 +9,7 @@
 
 namespace test {
 
-/// Runs the event loop until the condition holds; false when it does not within 30 seconds.
+/// Runs the event loop until the condition holds; false when it does not within two minutes.
 bool runUntil(const std::function<bool()>& condition);
 
 /// Runs the event loop until nothing is pending.

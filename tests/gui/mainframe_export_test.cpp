@@ -1,0 +1,180 @@
+#include "mainframe_fixture.h"
+
+#include <filesystem>
+
+#include <gmock/gmock.h>
+#include <wx/event.h>
+
+#include "commands.h"
+#include "filedroptarget.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class MainFrameExport : public test::MainFrameTest {
+protected:
+    /// Until the worker that was started has ended and its end was dealt with.
+    void waitForTheWorker() {
+        ASSERT_TRUE(test::runUntil([this] { return !frame_->refusesVideos(); }));
+        test::runPending();
+    }
+    void exportTo(const std::string& path) {
+        frame_->exportTo(wxString::FromUTF8(path));
+        waitForTheWorker();
+    }
+    void expectVideoAndBlursKept() {
+        EXPECT_TRUE(isReady());
+        EXPECT_EQ(blurCount(), 1u);
+        EXPECT_TRUE(frame_->IsEnabled());
+    }
+};
+
+} // namespace
+
+TEST_F(MainFrameExport, WritesTheFileWithoutAWord) {
+    openReady("odd_321x181.mp4");
+    const std::string output = folder_.file("out.mp4");
+    exportTo(output);
+    EXPECT_TRUE(dialogs_.boxes.empty());
+    EXPECT_GT(fs::file_size(fs::u8path(output)), 1000u);
+    EXPECT_TRUE(frame_->IsEnabled());
+}
+
+TEST_F(MainFrameExport, TheChosenTypesEndingIsAdded) {
+    openReady("odd_321x181.mp4");
+    dialogs_.chooseFile(wxString::FromUTF8(folder_.file("out")), 1);
+    command(commands::kExport);
+    waitForTheWorker();
+    EXPECT_EQ(folder_.listing(), "out.mov");
+}
+
+TEST_F(MainFrameExport, AFileThatTheAddedEndingMeetsIsReplacedOnlyWhenTheUserAgrees) {
+    openReady("odd_321x181.mp4");
+    folder_.write("out.mp4", "precious");
+    {
+        test::DialogAnswers no(wxID_NO);
+        no.chooseFile(wxString::FromUTF8(folder_.file("out")), 0);
+        command(commands::kExport);
+        EXPECT_EQ(no.boxes.size(), 1u);
+    }
+    EXPECT_FALSE(frame_->refusesVideos());
+    EXPECT_EQ(test::readFile(folder_.file("out.mp4")), "precious");
+}
+
+TEST_F(MainFrameExport, TheMovTypeIsPreselectedForAMovVideo) {
+    openReady("odd_321x181.mov");
+    command(commands::kExport);
+    openReady("plain.mp4");
+    command(commands::kExport);
+    ASSERT_EQ(dialogs_.fileDialogs.size(), 2u);
+    EXPECT_THAT(dialogs_.fileDialogs[0], testing::EndsWith("; 1"));
+    EXPECT_THAT(dialogs_.fileDialogs[1], testing::EndsWith("; 0"));
+}
+
+TEST_F(MainFrameExport, AnEmptyPathIsToldAndNothingStarts) {
+    openReady("plain.mp4");
+    frame_->exportTo({});
+    EXPECT_THAT(dialogs_.boxes, testing::ElementsAre("Error: File path was empty. Failed to export video."));
+    EXPECT_FALSE(frame_->refusesVideos());
+}
+
+TEST_F(MainFrameExport, TheOpenVideoAndLinksToItAreRefused) {
+    const std::string source = folder_.write("source.mp4", test::readFile(clip("plain.mp4").utf8_string()));
+    frame_->openVideo(wxString::FromUTF8(source));
+    ASSERT_TRUE(test::runUntil([this] { return isReady(); }));
+    fs::create_symlink(fs::u8path(source), folder_.path() / "soft.mp4");
+    fs::create_hard_link(fs::u8path(source), folder_.path() / "hard.mp4");
+    const std::string before = test::readFile(source);
+    for (const char* name : {"source.mp4", "soft.mp4", "hard.mp4", "./source.mp4"})
+        frame_->exportTo(wxString::FromUTF8(folder_.file(name)));
+    EXPECT_EQ(dialogs_.boxes.size(), 4u);
+    EXPECT_FALSE(frame_->refusesVideos());
+    EXPECT_EQ(test::readFile(source), before);
+}
+
+TEST_F(MainFrameExport, AMissingFolderIsAnErrorThatNamesFileAndReason) {
+    openReady("odd_321x181.mp4");
+    addBlur(2);
+    const std::string output = folder_.file("missing/out.mp4");
+    exportTo(output);
+    ASSERT_EQ(dialogs_.boxes.size(), 1u);
+    EXPECT_THAT(dialogs_.boxes[0],
+                testing::StartsWith("Error: Error while exporting the video file " + output + ": "));
+    EXPECT_THAT(dialogs_.boxes[0], testing::HasSubstr("No such file or directory"));
+    expectVideoAndBlursKept();
+}
+
+TEST_F(MainFrameExport, AFolderWithoutPermissionIsAnErrorAndLeavesNothing) {
+    openReady("odd_321x181.mp4");
+    addBlur(2);
+    fs::create_directory(folder_.path() / "locked");
+    fs::permissions(folder_.path() / "locked", fs::perms::owner_read | fs::perms::owner_exec |
+                                                   fs::perms::others_read | fs::perms::others_exec);
+    fs::permissions(folder_.path(), fs::perms::others_read | fs::perms::others_exec, fs::perm_options::add);
+    {
+        const test::WithoutPrivileges ordinaryUser;
+        exportTo(folder_.file("locked/out.mp4"));
+    }
+    ASSERT_EQ(dialogs_.boxes.size(), 1u);
+    EXPECT_THAT(dialogs_.boxes[0], testing::HasSubstr("Permission denied"));
+    EXPECT_TRUE(fs::is_empty(folder_.path() / "locked"));
+    expectVideoAndBlursKept();
+}
+
+TEST_F(MainFrameExport, AFullDiskIsAnErrorAndTheVideoStaysOpen) {
+    if (!fs::exists("/dev/full"))
+        GTEST_SKIP() << "there is no /dev/full";
+    openReady("odd_321x181.mp4");
+    addBlur(2);
+    fs::create_symlink("/dev/full", folder_.path() / "out.mp4");
+    exportTo(folder_.file("out.mp4"));
+    ASSERT_EQ(dialogs_.boxes.size(), 1u);
+    EXPECT_THAT(dialogs_.boxes[0], testing::HasSubstr("No space left on device"));
+    EXPECT_TRUE(fs::exists("/dev/full"));
+    expectVideoAndBlursKept();
+}
+
+TEST_F(MainFrameExport, NothingThatWouldTakeTheBlursAwayHappensMeanwhile) {
+    openReady("gop_250.mp4");
+    addBlur(2);
+    const wxString title = frame_->GetTitle();
+    frame_->exportTo(wxString::FromUTF8(folder_.file("out.mp4")));
+    ASSERT_TRUE(frame_->refusesVideos());
+
+    wxArrayString files;
+    files.Add(clip("plain.mp4"));
+    EXPECT_FALSE(FileDropTarget(frame_).OnDropFiles(0, 0, files));
+    frame_->openVideo(clip("plain.mp4"));
+    command(commands::kResetAll);
+    frame_->exportTo(wxString::FromUTF8(folder_.file("second.mp4")));
+    wxCommandEvent detect(wxEVT_MENU, commands::kBlurHumans);
+    frame_->OnAI(detect);
+    EXPECT_FALSE(frame_->Close()) << "the close button, the window manager's key and the session's end";
+    wxCommandEvent exit(wxEVT_MENU, wxID_EXIT);
+    frame_->GetEventHandler()->ProcessEvent(exit);
+    EXPECT_FALSE(frame_->IsBeingDeleted());
+
+    EXPECT_EQ(frame_->GetTitle(), title);
+    EXPECT_TRUE(bars().empty());
+    EXPECT_EQ(blurCount(), 1u);
+    ASSERT_TRUE(test::runUntil([this] { return !frame_->IsEnabled(); })) << "the progress dialog";
+    EXPECT_FALSE(frame_->Close());
+    waitForTheWorker();
+    EXPECT_TRUE(dialogs_.boxes.empty());
+    EXPECT_EQ(blurCount(), 1u);
+    EXPECT_EQ(folder_.listing(), "out.mp4");
+    EXPECT_TRUE(frame_->IsEnabled());
+}
+
+TEST_F(MainFrameExport, ADetectionWithoutItsLibraryEndsAndGivesTheWindowBack) {
+    openReady("odd_321x181.mp4");
+    addBlur(2);
+    wxCommandEvent detect(wxEVT_MENU, commands::kBlurHumans);
+    frame_->OnAI(detect);
+    EXPECT_TRUE(frame_->refusesVideos());
+    EXPECT_FALSE(frame_->Close());
+    waitForTheWorker();
+    EXPECT_TRUE(frame_->IsEnabled());
+    EXPECT_TRUE(dialogs_.boxes.empty());
+}

@@ -1,0 +1,206 @@
+#include "mainframe_fixture.h"
+
+#include <gmock/gmock.h>
+
+#include "commands.h"
+#include "filedroptarget.h"
+#include "hints.h"
+#include "switches.h"
+
+namespace {
+
+class MainFrameOpen : public test::MainFrameTest {
+protected:
+    bool drop(std::vector<std::string> names) {
+        wxArrayString files;
+        for (const std::string& name : names)
+            files.Add(wxString::FromUTF8(name));
+        return FileDropTarget(frame_).OnDropFiles(0, 0, files);
+    }
+    std::string title() const { return frame_->GetTitle().utf8_string(); }
+    void expectNoVideo() const {
+        EXPECT_EQ(title(), "Tarvex Shroud");
+        EXPECT_FALSE(frame_->GetMenuBar()->IsEnabledTop(1));
+        EXPECT_FALSE(isEnabled(commands::kExport));
+        EXPECT_FALSE(isEnabled(commands::kBlurMode));
+        EXPECT_EQ(storedFrames(), 0u);
+        EXPECT_EQ(switches::hintState, 0);
+    }
+};
+
+} // namespace
+
+TEST_F(MainFrameOpen, AReadyVideoCanBeEdited) {
+    openReady("plain.mp4");
+    EXPECT_EQ(title(), "Tarvex Shroud - " + clip("plain.mp4").utf8_string());
+    EXPECT_TRUE(frame_->GetMenuBar()->IsEnabledTop(1));
+    for (const int id : {6001, 6005, 6107, 6108, 6109, 6110})
+        EXPECT_TRUE(isEnabled(id)) << id;
+    EXPECT_EQ(switches::hintState, 1);
+    EXPECT_EQ(hint(), hintText(1).utf8_string());
+    EXPECT_GT(storedFrames(), 1u);
+    EXPECT_EQ(switches::brushSize, 18) << "a tenth of 320 x 180";
+    EXPECT_TRUE(frame_->IsEnabled());
+}
+
+TEST_F(MainFrameOpen, DetectionIsDisabledWithoutItsLibrary) {
+    openReady("plain.mp4");
+    ASSERT_TRUE(item("AI"));
+    EXPECT_FALSE(item("AI")->IsEnabled());
+}
+
+TEST_F(MainFrameOpen, ReadyChecksSpeedAndModeAndShowsTheBlurHint) {
+    switches::editingMode = switches::kUnblurMode;
+    switches::playbackSpeed = 4;
+    openReady("plain.mp4");
+    EXPECT_TRUE(item(commands::kUnblurMode)->IsChecked());
+    EXPECT_TRUE(item(commands::kSpeed4x)->IsChecked());
+    EXPECT_EQ(switches::hintState, 1);
+}
+
+TEST_F(MainFrameOpen, AFailureIsToldWithFileAndReason) {
+    frame_->openVideo(clip("text.mp4"));
+    ASSERT_EQ(dialogs_.boxes.size(), 1u);
+    EXPECT_EQ(dialogs_.boxes[0], "Error: Error while opening the video file " +
+                                     clip("text.mp4").utf8_string() +
+                                     ": Invalid data found when processing input");
+    expectNoVideo();
+}
+
+TEST_F(MainFrameOpen, AFileWithoutAVideoStreamHasAReasonToo) {
+    frame_->openVideo(clip("audio_only.mp4"));
+    ASSERT_EQ(dialogs_.boxes.size(), 1u);
+    EXPECT_EQ(dialogs_.boxes[0], "Error: Error while opening the video file " +
+                                     clip("audio_only.mp4").utf8_string() +
+                                     ": The file contains no video that can be read.");
+}
+
+TEST_F(MainFrameOpen, EveryKindOfBadFileIsToldOnce) {
+    const std::vector<std::string> bad = {"text.mp4", "empty.mp4", "directory.mp4", "no such file.mp4"};
+    for (const std::string& name : bad)
+        frame_->openVideo(clip(name));
+    EXPECT_EQ(dialogs_.boxes.size(), bad.size());
+}
+
+TEST_F(MainFrameOpen, AFailureAfterAGoodVideoLeavesNothingOfItAndAGoodOneWorksAgain) {
+    openReady("plain.mp4");
+    addBlur(2);
+    frame_->openVideo(clip("text.mp4"));
+    EXPECT_EQ(dialogs_.boxes.size(), 1u);
+    expectNoVideo();
+    test::runPending();
+    expectNoVideo();
+    openReady("odd_321x181.mov");
+    EXPECT_EQ(blurCount(), 0u);
+    EXPECT_EQ(title(), "Tarvex Shroud - " + clip("odd_321x181.mov").utf8_string());
+}
+
+TEST_F(MainFrameOpen, ToolsAreOffFromTheStartOfAnOpenToReady) {
+    openReady("plain.mp4");
+    frame_->openVideo(clip("gop_250.mp4"));
+    EXPECT_FALSE(frame_->GetMenuBar()->IsEnabledTop(1));
+    EXPECT_FALSE(isEnabled(commands::kExport));
+    EXPECT_FALSE(isEnabled(commands::kResetAll));
+    EXPECT_EQ(switches::hintState, 0);
+    EXPECT_TRUE(test::runUntil([this] { return isReady(); }));
+}
+
+TEST_F(MainFrameOpen, AReadyOfAnEarlierVideoDoesNotActOnALaterOne) {
+    openReady("plain.mp4");
+    frame_->openVideo(clip("bench_1080p30.mp4"));
+    frame_->onReady(1);
+    EXPECT_FALSE(isReady());
+    EXPECT_TRUE(test::runUntil([this] { return isReady(); }));
+}
+
+TEST_F(MainFrameOpen, OpeningManyTimesInARowEndsWithTheLast) {
+    for (int round = 0; round < 10; ++round) {
+        frame_->openVideo(clip("gop_250.mp4"));
+        if (round % 2)
+            test::runPending();
+        frame_->openVideo(clip("odd_321x181.mov"));
+    }
+    ASSERT_TRUE(test::runUntil([this] { return isReady(); }));
+    EXPECT_EQ(title(), "Tarvex Shroud - " + clip("odd_321x181.mov").utf8_string());
+    test::runPending();
+    EXPECT_TRUE(frame_->IsEnabled()) << "no progress dialog is left";
+    EXPECT_EQ(switches::brushSize, 18);
+}
+
+TEST_F(MainFrameOpen, AFailureDuringPreprocessingLeavesNoProgressDialog) {
+    frame_->openVideo(clip("bench_1080p30.mp4"));
+    ASSERT_TRUE(test::runUntil([this] { return !frame_->IsEnabled(); })) << "the dialog disables the window";
+    frame_->openVideo(clip("text.mp4"));
+    test::runPending();
+    EXPECT_TRUE(frame_->IsEnabled());
+    expectNoVideo();
+}
+
+TEST_F(MainFrameOpen, ClosingDuringPreprocessingEndsAtOnce) {
+    auto* second = new MainFrame("Second", wxDefaultPosition, wxSize(800, 580));
+    second->Show();
+    second->openVideo(clip("bench_1080p30_minute.mp4"));
+    test::runPending();
+    second->Destroy();
+    test::runPending();
+    EXPECT_TRUE(frame_->IsEnabled());
+}
+
+TEST_F(MainFrameOpen, TheDialogsStartWhereTheLastFileWas) {
+    command(commands::kOpen);
+    dialogs_.chooseFile(clip("plain.mp4"));
+    command(commands::kOpen);
+    ASSERT_TRUE(test::runUntil([this] { return isReady(); }));
+    dialogs_.chooseFile({});
+    command(commands::kOpen);
+    command(commands::kExport);
+    EXPECT_THAT(dialogs_.fileDialogs,
+                testing::ElementsAre("Open video file; ; Video files (*.mp4;*.mov)|*.mp4;*.mov; 0",
+                                     "Open video file; ; Video files (*.mp4;*.mov)|*.mp4;*.mov; 0",
+                                     "Open video file; " + test::mediaDir() +
+                                         "; Video files (*.mp4;*.mov)|*.mp4;*.mov; 0",
+                                     "Export video file; " + test::mediaDir() +
+                                         "; MP4 files (*.mp4)|*.mp4|MOV files (*.mov)|*.mov; 0"));
+}
+
+TEST_F(MainFrameOpen, ADroppedVideoIsOpenedWhateverTheCaseOfItsEnding) {
+    const std::string copy = folder_.write("CLIP.MOV", test::readFile(clip("odd_321x181.mov").utf8_string()));
+    EXPECT_TRUE(drop({copy}));
+    ASSERT_TRUE(test::runUntil([this] { return isReady(); }));
+    EXPECT_EQ(title(), "Tarvex Shroud - " + copy);
+    EXPECT_TRUE(bars().empty());
+}
+
+TEST_F(MainFrameOpen, RefusedDropsAreToldAndStackTheirBars) {
+    EXPECT_FALSE(drop({"a.mp4", "b.mp4"}));
+    EXPECT_FALSE(drop({"a.mkv"}));
+    EXPECT_FALSE(drop({folder_.path().u8string()}));
+    EXPECT_THAT(bars(), testing::ElementsAre("Only one file at a time can be opened.",
+                                             "Only *.mp4 and *.mov files are supported.",
+                                             "Only *.mp4 and *.mov files are supported."));
+    expectNoVideo();
+}
+
+TEST_F(MainFrameOpen, ADropThatIsNoVideoAfterAllIsAnError) {
+    EXPECT_TRUE(drop({clip("text.mp4").utf8_string()}));
+    ASSERT_TRUE(test::runUntil([this] { return !dialogs_.boxes.empty(); }));
+    EXPECT_THAT(dialogs_.boxes[0], testing::StartsWith("Error: Error while opening the video file "));
+}
+
+TEST_F(MainFrameOpen, ADropDuringPreprocessingIsRefusedSilently) {
+    frame_->openVideo(clip("bench_1080p30.mp4"));
+    EXPECT_FALSE(drop({clip("plain.mp4").utf8_string()}));
+    EXPECT_TRUE(bars().empty());
+    EXPECT_TRUE(dialogs_.boxes.empty());
+    ASSERT_TRUE(test::runUntil([this] { return isReady(); }));
+    EXPECT_EQ(title(), "Tarvex Shroud - " + clip("bench_1080p30.mp4").utf8_string());
+    EXPECT_TRUE(test::runUntil([this] { return !frame_->refusesVideos(); }));
+    EXPECT_TRUE(drop({clip("plain.mp4").utf8_string()}));
+}
+
+TEST_F(MainFrameOpen, AVariableRateIsToldUntilAnotherVideoIsOpened) {
+    openReady("variable_rate.mp4");
+    EXPECT_THAT(bars(), testing::ElementsAre(testing::HasSubstr("variable frame rate")));
+    openReady("plain.mp4");
+    EXPECT_TRUE(bars().empty());
+}
