@@ -77,7 +77,7 @@ wxString errorText(int code) {
 
 std::string filePath(const wxString& path) {
     wxFileName name(path);
-    if (name.IsAbsolute())
+    if (path.empty() || name.IsAbsolute())
         return path.utf8_string();
     // No other normalisation: ".." behind a link is not the folder before it.
     name.Normalize(wxPATH_NORM_ABSOLUTE);

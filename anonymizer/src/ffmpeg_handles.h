@@ -58,7 +58,7 @@ void initialiseOnce();
 wxString errorText(int code);
 
 /// `path` as the library wants it: UTF-8 in every locale, and absolute, since "a:b.mp4" would be taken for
-/// a protocol.
+/// a protocol. An empty path stays empty.
 std::string filePath(const wxString& path);
 
 /// Tells a scaler how the numbers of both pictures are meant. Without this call the library takes YUV for

@@ -30,6 +30,7 @@ const Clip kClips[] = {
     {"gop_250.mp4", 298},
     {"interlaced.mp4", 98},
     {"edit_list.mp4", 165, 84},
+    {"late_start.mp4", 250},
     {"fragmented.mp4", 248},
     {"variable_rate.mp4", 120},
     {"audio_first.mp4", 250},

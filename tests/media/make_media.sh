@@ -52,6 +52,7 @@ make_structures() {
   ff -ss 3.3 -i "$out/bframes.mp4" -c copy "$out/edit_list.mp4"
   ff -i "$out/bframes.mp4" -c copy -movflags frag_keyframe+empty_moov+default_base_moof "$out/fragmented.mp4"
   ff -i "$out/bframes.mp4" -c copy -f mov "$out/bframes.mov"
+  ff -itsoffset 1 -i "$out/plain.mp4" -c copy "$out/late_start.mp4"
   encode 25 120 variable_rate.mp4 "${plain[@]}" -g 25 -fps_mode passthrough -enc_time_base 1/90000 \
     -vf "settb=1/90000,setpts='N*3000+mod(N*N,7)*300'" -video_track_timescale 90000
   ff -i "$out/plain.mp4" "${tone[@]}" -map 1:a -map 0:v -c:v copy -c:a aac "$out/audio_first.mp4"
