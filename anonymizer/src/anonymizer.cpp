@@ -98,3 +98,9 @@ bool Anonymizer::OnExceptionInMainLoop() {
 void Anonymizer::OnUnhandledException() {
     std::terminate();
 }
+
+void Anonymizer::OnAssertFailure(const wxChar* file, int line, const wxChar* function,
+                                 const wxChar* condition, const wxChar* message) {
+    wxLogError("[GUI library] %s(%d), %s: \"%s\" does not hold. %s", file, line, function, condition,
+               message ? message : wxS(""));
+}

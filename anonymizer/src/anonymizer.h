@@ -20,6 +20,10 @@ public:
     bool OnExceptionInMainLoop() override;
     void OnUnhandledException() override;
 
+    /// A mistake that the GUI library notices becomes a line in the log instead of a question to the user.
+    void OnAssertFailure(const wxChar* file, int line, const wxChar* function, const wxChar* condition,
+                         const wxChar* message) override;
+
 private:
     void openLog();
     /// The video named on the command line; empty when there is none.

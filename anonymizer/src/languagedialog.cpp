@@ -4,9 +4,25 @@
 
 #include <wx/choicdlg.h>
 #include <wx/intl.h>
+#include <wx/listbox.h>
 
 #include "languages.h"
 #include "settings.h"
+
+namespace {
+
+/// The library's dialog selects the first name by itself and can't be told to select none.
+class LanguageDialog : public wxSingleChoiceDialog {
+public:
+    using wxSingleChoiceDialog::wxSingleChoiceDialog;
+
+    void select(int selection) {
+        m_listbox->SetSelection(selection);
+        m_selection = selection;
+    }
+};
+
+} // namespace
 
 void chooseLanguage(wxWindow* parent) {
     const std::vector<languages::Entry> entries = languages::forDisplay(languages::buildLanguageTable());
@@ -17,10 +33,9 @@ void chooseLanguage(wxWindow* parent) {
             selected = static_cast<int>(names.size());
         names.Add(entry.name);
     }
-    wxSingleChoiceDialog dialog(parent,
-                                _("A restart will be required for the language change to take effect."),
-                                _("Select language"), names);
-    dialog.SetSelection(selected);
+    LanguageDialog dialog(parent, _("A restart will be required for the language change to take effect."),
+                          _("Select language"), names);
+    dialog.select(selected);
     if (dialog.ShowModal() != wxID_OK || dialog.GetSelection() == wxNOT_FOUND)
         return;
     languages::applyLanguage(entries[static_cast<size_t>(dialog.GetSelection())]);

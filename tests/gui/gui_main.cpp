@@ -22,6 +22,11 @@ public:
         SetExitOnFrameDelete(false);
         return true;
     }
+    void OnAssertFailure(const wxChar* file, int line, const wxChar* function, const wxChar* condition,
+                         const wxChar* message) override {
+        ADD_FAILURE() << wxString::Format("%s(%d), %s: \"%s\" %s", file, line, function, condition,
+                                          message ? message : wxS(""));
+    }
     int OnRun() override { return RUN_ALL_TESTS(); }
 };
 

@@ -1,0 +1,130 @@
+#include "languagedialog.h"
+
+#include <algorithm>
+#include <clocale>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <wx/choicdlg.h>
+#include <wx/frame.h>
+#include <wx/intl.h>
+#include <wx/listbox.h>
+
+#include "gui_support.h"
+#include "languages.h"
+#include "settings.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+class LanguageDialog : public testing::Test {
+protected:
+    LanguageDialog() : window_(new wxFrame(nullptr, wxID_ANY, "Window")) {
+        if (std::filesystem::exists(config()))
+            std::filesystem::remove(config());
+        settings::writeFirstRunDefaults();
+    }
+    ~LanguageDialog() override {
+        languages::applyLanguage({"English", 175});
+        window_->Destroy();
+        test::runPending();
+    }
+    static std::string config() { return settings::configPath().utf8_string(); }
+
+    /// Shows the dialog; the user chooses `name`, or cancels when it is empty.
+    void choose(const std::string& name) {
+        test::DialogAnswers answers;
+        answers.onOther([&](wxDialog* dialog) {
+            auto* list = dynamic_cast<wxSingleChoiceDialog*>(dialog);
+            EXPECT_TRUE(list);
+            caption_ = dialog->GetTitle().utf8_string();
+            const wxListBox* box = boxOf(dialog);
+            offered_.clear();
+            for (unsigned row = 0; row < box->GetCount(); ++row)
+                offered_.push_back(box->GetString(row).utf8_string());
+            selected_ = box->GetStringSelection().utf8_string();
+            if (name.empty())
+                return static_cast<int>(wxID_CANCEL);
+            list->SetSelection(box->FindString(wxString::FromUTF8(name)));
+            return static_cast<int>(wxID_OK);
+        });
+        chooseLanguage(window_);
+    }
+    static wxListBox* boxOf(wxWindow* window) {
+        for (wxWindow* child : window->GetChildren())
+            if (auto* box = dynamic_cast<wxListBox*>(child))
+                return box;
+        return nullptr;
+    }
+
+    wxFrame* window_;
+    std::string caption_;
+    std::vector<std::string> offered_;
+    std::string selected_;
+};
+
+} // namespace
+
+TEST_F(LanguageDialog, OffersTheBuiltCatalogsAndEnglish) {
+    choose({});
+    EXPECT_EQ(caption_, "Select language");
+    EXPECT_THAT(offered_, testing::IsSupersetOf({"Deutsch", "English"}));
+    EXPECT_TRUE(std::is_sorted(offered_.begin(), offered_.end()));
+}
+
+TEST_F(LanguageDialog, CancellingWritesNothing) {
+    const std::string before = test::readFile(config());
+    choose({});
+    EXPECT_EQ(test::readFile(config()), before);
+}
+
+TEST_F(LanguageDialog, AChoiceIsAppliedAndStored) {
+    choose("Deutsch");
+    EXPECT_EQ(_("Playback speed"), "Wiedergabegeschwindigkeit");
+    EXPECT_TRUE(settings::readBool(settings::kUserLanguage));
+    EXPECT_EQ(settings::readInt(settings::kLanguage), languages::currentLanguage());
+    choose({});
+    EXPECT_EQ(selected_, "Deutsch");
+}
+
+TEST_F(LanguageDialog, EnglishCanBeTakenBack) {
+    choose("Deutsch");
+    choose("English");
+    EXPECT_EQ(_("Playback speed"), "Playback speed");
+    EXPECT_EQ(wxString(wxPLURAL("%d second", "%d seconds", 2)), "%d seconds");
+    EXPECT_EQ(settings::readInt(settings::kLanguage), 175);
+}
+
+TEST_F(LanguageDialog, NothingIsSelectedWhenTheLanguageInForceIsNotOffered) {
+    languages::applyLanguage({"", wxLANGUAGE_ZULU});
+    choose({});
+    EXPECT_EQ(selected_, "");
+}
+
+TEST_F(LanguageDialog, NumbersKeepTheirDecimalPointInEveryLanguage) {
+    choose("Deutsch");
+    EXPECT_EQ(wxString::Format("%.1f", 0.5), "0.5");
+    EXPECT_EQ(std::string(std::setlocale(LC_NUMERIC, nullptr)), "C");
+}
+
+TEST_F(LanguageDialog, AStoredChoiceIsAppliedAtTheNextStart) {
+    choose("Deutsch");
+    languages::applyLanguage({"English", 175});
+    languages::applyStoredChoice();
+    EXPECT_EQ(_("Mode"), "Modus");
+}
+
+TEST_F(LanguageDialog, AStoredChoiceWithoutTheFlagOrWithoutACatalogIsIgnored) {
+    choose("Deutsch");
+    languages::applyLanguage({"English", 175});
+    settings::writeBool(settings::kUserLanguage, false);
+    languages::applyStoredChoice();
+    EXPECT_EQ(_("Mode"), "Mode");
+    settings::writeBool(settings::kUserLanguage, true);
+    settings::writeInt(settings::kLanguage, 100000);
+    languages::applyStoredChoice();
+    EXPECT_EQ(_("Mode"), "Mode");
+}
