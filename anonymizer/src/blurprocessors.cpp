@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <mutex>
-
-#include "blurtrack.h"
 
 namespace {
 
@@ -16,29 +13,6 @@ void fitTo(const Image& input, Image& buffer) {
     buffer = Image(input.width, input.height);
     if (!buffer.empty())
         std::memset(buffer.pixels, 0, buffer.byteCount());
-}
-
-/// Copies the part of the entry's rectangle that lies inside the frame. The right and bottom edges may lie
-/// beyond 32 bits.
-void copyRectangle(const Image& from, Image& to, const blurtrack::BlurEntry& entry) {
-    const int64_t left = std::max<int64_t>(entry.x, 0);
-    const int64_t right = std::min<int64_t>(from.width, int64_t{entry.x} + entry.w);
-    const int64_t top = std::max<int64_t>(entry.y, 0);
-    const int64_t bottom = std::min<int64_t>(from.height, int64_t{entry.y} + entry.h);
-    if (left >= right)
-        return;
-    const std::size_t bytes = static_cast<std::size_t>(right - left) * sizeof(uint32_t);
-    for (int64_t y = top; y < bottom; ++y) {
-        const std::ptrdiff_t offset = y * from.width + left;
-        std::memcpy(to.pixels + offset, from.pixels + offset, bytes);
-    }
-}
-
-void copyRectangles(const Image& from, Image& to, int32_t frame, int32_t threshold) {
-    const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
-    for (const blurtrack::BlurEntry& entry : blurtrack::entriesAt(frame))
-        if (entry.score >= threshold)
-            copyRectangle(from, to, entry);
 }
 
 } // namespace
@@ -74,8 +48,10 @@ const Image* Frameblur::process(const Image& input, int32_t frame, int32_t thres
     if (input.empty())
         return &output_;
     std::memcpy(output_.pixels, input.pixels, input.byteCount());
-    pixelate(input, mosaic_.pixels, mosaicBlockSize(input.width, input.height, kExportBlurDivisor));
-    copyRectangles(mosaic_, output_, frame, threshold);
+    const int32_t block = mosaicBlockSize(input.width, input.height, kExportBlurDivisor);
+    pixelate(input, mosaic_.pixels, block);
+    regions_.collect(frame, threshold, input.width, input.height);
+    regions_.copy(mosaic_, output_, block);
     return &output_;
 }
 
@@ -86,6 +62,7 @@ const Image* Frameunblur::process(const Image& input, int32_t frame, int32_t thr
     if (input.empty())
         return &output_;
     pixelate(input, output_.pixels, mosaicBlockSize(input.width, input.height, kExportBlurDivisor));
-    copyRectangles(input, output_, frame, threshold);
+    regions_.collect(frame, threshold, input.width, input.height);
+    regions_.copy(input, output_, 1);
     return &output_;
 }

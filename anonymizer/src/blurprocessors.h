@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "pxl/image.h"
+#include "regioncopier.h"
 
 using Image = pxl::Image;
 
@@ -39,6 +40,7 @@ public:
 private:
     Image output_;
     Image mosaic_;
+    RegionCopier regions_;
 };
 
 /// Hides everything but the rectangles.
@@ -51,4 +53,5 @@ public:
 
 private:
     Image output_;
+    RegionCopier regions_;
 };
