@@ -39,11 +39,9 @@ public:
         }
         copy(std::move(arguments)...);
         copy = nullptr;
-        {
-            const std::lock_guard<std::mutex> lock(mutex_);
-            caller_ = std::thread::id();
-            ++finished_;
-        }
+        const std::lock_guard<std::mutex> lock(mutex_);
+        caller_ = std::thread::id();
+        ++finished_;
         ended_.notify_all();
     }
 

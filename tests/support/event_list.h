@@ -16,10 +16,9 @@ public:
     using Lines = std::vector<std::string>;
 
     void add(const std::string& line) {
-        {
-            const std::lock_guard<std::mutex> lock(mutex_);
-            lines_.push_back(line);
-        }
+        // Told under the lock: the waiter may destroy this object as soon as it wakes.
+        const std::lock_guard<std::mutex> lock(mutex_);
+        lines_.push_back(line);
         added_.notify_all();
     }
     Lines lines() const {
@@ -54,10 +53,8 @@ private:
 class Gate {
 public:
     void open() {
-        {
-            const std::lock_guard<std::mutex> lock(mutex_);
-            open_ = true;
-        }
+        const std::lock_guard<std::mutex> lock(mutex_);
+        open_ = true;
         opened_.notify_all();
     }
     /// False when it is not opened within half a minute.
