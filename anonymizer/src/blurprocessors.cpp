@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <vector>
 
 namespace {
 
@@ -29,14 +30,16 @@ void pixelate(const Image& source, uint32_t* target, int32_t block) {
         std::memcpy(target, source.pixels, source.byteCount());
         return;
     }
+    // The target may be the graphics driver's memory, which must not be read.
+    std::vector<uint32_t> row(width);
     for (std::size_t y0 = 0; y0 < height; y0 += cell) {
         const uint32_t* samples = source.pixels + y0 * width;
-        uint32_t* firstRow = target + y0 * width;
         for (std::size_t x0 = 0; x0 < width; x0 += cell)
-            std::fill_n(firstRow + x0, std::min(cell, width - x0), samples[x0]);
+            std::fill_n(row.begin() + static_cast<std::ptrdiff_t>(x0), std::min(cell, width - x0),
+                        samples[x0]);
         const std::size_t rows = std::min(cell, height - y0);
-        for (std::size_t row = 1; row < rows; ++row)
-            std::memcpy(firstRow + row * width, firstRow, width * sizeof(uint32_t));
+        for (std::size_t y = y0; y < y0 + rows; ++y)
+            std::memcpy(target + y * width, row.data(), width * sizeof(uint32_t));
     }
 }
 

@@ -62,6 +62,8 @@ CanvasPainter::Outcome CanvasPainter::paint(const CanvasPicture& picture, view::
     target_->clear(kBackground);
     if (!batch_->valid())
         return outcome;
+    // Before anything is drawn: every change of texture draws what is pending.
+    setProjection(*batch_->material(), window);
     if (!picture.frame) {
         forgetPicture();
     } else {
@@ -74,7 +76,6 @@ CanvasPainter::Outcome CanvasPainter::paint(const CanvasPicture& picture, view::
     }
     batch_->setTransform({});
     controls(*batch_);
-    setProjection(*batch_->material(), window);
     batch_->flush();
     return outcome;
 }

@@ -78,7 +78,7 @@ void destroyOffscreenContext() {
         eglDestroySurface(display, surface);
     if (context != EGL_NO_CONTEXT)
         eglDestroyContext(display, context);
-    eglTerminate(display);
+    // The display stays open until the process ends: an unloaded driver would leave its own leaks nameless.
     display = EGL_NO_DISPLAY;
 }
 
