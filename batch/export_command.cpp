@@ -8,6 +8,7 @@
 #include "blurtrack.h"
 #include "completion.h"
 #include "console.h"
+#include "detection.h"
 #include "exportworker.h"
 #include "output_file.h"
 #include "regions_csv.h"
@@ -35,33 +36,38 @@ blurtrack::RectF clipped(const regions_csv::Region& region, const video::VideoIn
             static_cast<float>(bottom - top)};
 }
 
-/// Fills the store for the video. Returns the number of rectangles that will be applied.
-int64_t fillStore(const std::vector<regions_csv::Region>& regions, const video::VideoInfo& info,
-                  int32_t threshold) {
+/// Fills the store for the video.
+void fillStore(const std::vector<regions_csv::Region>& regions, const video::VideoInfo& info) {
     const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
     blurtrack::clear();
     blurtrack::initFrames(info.frameCount);
-    int64_t applied = 0;
     for (const regions_csv::Region& region : regions) {
         const blurtrack::RectF rect = clipped(region, info);
         if (rect.w < 1)
             continue;
         const int64_t last = std::min(region.lastFrame, info.frameCount);
-        for (int64_t frame = region.firstFrame; frame <= last; ++frame) {
+        for (int64_t frame = region.firstFrame; frame <= last; ++frame)
             blurtrack::addBlur(frame, rect, region.score, blurtrack::kAnonymousBlurId);
-            applied += region.score >= threshold ? 1 : 0;
-        }
     }
-    return applied;
 }
 
-void warn(const Options& options, const SourceVideo& source, int64_t appliedRectangles) {
+/// True when some rectangle of the store has at least this score.
+bool somethingApplies(int32_t threshold) {
+    const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
+    for (const auto& frame : blurtrack::store().frames)
+        for (const blurtrack::BlurEntry& entry : frame.second)
+            if (entry.score >= threshold)
+                return true;
+    return false;
+}
+
+void warn(const Options& options, const SourceVideo& source, bool somethingHidden) {
     const video::VideoInfo& info = source.info;
     if (mosaicBlockSize(info.width, info.height, kExportBlurDivisor) == 1)
         console::warning(
             wxString::Format("%s: the picture is only %d x %d pixels, mosaic cells of one pixel hide nothing",
                              options.inputPath, info.width, info.height));
-    else if (options.mode == switches::kBlurMode && appliedRectangles == 0)
+    else if (options.mode == switches::kBlurMode && !somethingHidden)
         console::warning(options.inputPath + ": no region applies to any frame, nothing is hidden");
     if (source.variableRate)
         console::warning(options.inputPath + ": the frame rate is variable, the copy's will be constant");
@@ -102,8 +108,16 @@ int runExport(const Options& options) {
         regions = std::move(*read);
     }
     OutputFile output;
-    if (!output.create(options.outputPath, {options.inputPath, options.regionsPath}, error))
+    if (!output.create(OutputFile::Kind::Video, options.outputPath, {options.inputPath, options.regionsPath},
+                       error))
         return fail(options.outputPath, error);
+    OutputFile detections;
+    if (!options.detectionsPath.empty() &&
+        !detections.create(OutputFile::Kind::Text, options.detectionsPath,
+                           {options.inputPath, options.regionsPath, options.outputPath}, error))
+        return fail(options.detectionsPath, error);
+    if (options.detect && !findDetector(error))
+        return fail("--detect", error);
 
     console::ProgressLine progress(options.quiet);
     SourceVideo source;
@@ -112,15 +126,22 @@ int runExport(const Options& options) {
 
     switches::editingMode = options.mode;
     switches::confidenceThreshold = options.threshold;
-    const int64_t applied = fillStore(regions, source.info, options.threshold);
+    fillStore(regions, source.info);
+    if (options.detect && !detectInto(options, source.info, error))
+        return fail(options.inputPath, error);
+    if (!options.detectionsPath.empty() && !writeDetections(detections.draftPath(), error))
+        return fail(options.detectionsPath, error);
+    const bool somethingHidden = somethingApplies(options.threshold);
 
     const Outcome outcome = exportTo(output.draftPath(), options, source.info);
     if (stop_request::flag() || outcome.result == ExportResult::Cancelled)
         return fail(options.inputPath, "stopped");
     if (outcome.result == ExportResult::Failed)
         return fail(options.inputPath, outcome.text);
+    if (!options.detectionsPath.empty() && !detections.commit(error))
+        return fail(options.detectionsPath, error);
     if (!output.commit(error))
         return fail(options.outputPath, error);
-    warn(options, source, applied);
+    warn(options, source, somethingHidden);
     return 0;
 }

@@ -35,7 +35,8 @@ private:
 };
 
 constexpr const char* kUsage =
-    R"(Usage: tarvex_shroud_batch [--mode blur|unblur] [--regions FILE] [--threshold PERCENT] [--quiet] INPUT OUTPUT
+    R"(Usage: tarvex_shroud_batch [--mode blur|unblur] [--regions FILE] [--threshold PERCENT] [--quiet]
+                           [--detect [--preblur SECONDS] [--gpu] [--detections FILE]] INPUT OUTPUT
        tarvex_shroud_batch --info INPUT
 
 Writes an anonymised copy of a video: a mosaic over the regions, or over everything but them.
@@ -46,6 +47,11 @@ Writes an anonymised copy of a video: a mosaic over the regions, or over everyth
                        Frames count from 1, both ends included; pixels from the top left corner; a header line
                        and lines that begin with # are passed over; the score is 100 percent when absent.
   --threshold PERCENT  apply only regions with at least this score (0 to 100, default 50)
+  --detect             look for persons and faces with the installed detection library and hide them as well
+  --preblur SECONDS    with --detect: hide everything so many seconds before it appears (0 to 60, default 1)
+  --gpu                with --detect: let the library use the graphics processor
+  --detections FILE    with --detect: write what was hidden, one line per frame and rectangle, in the form
+                       that --regions reads
   --quiet              show no progress
   --info               describe INPUT as one JSON object
   --version            tell the version
@@ -60,6 +66,10 @@ void describe(wxCmdLineParser& parser) {
     parser.AddLongOption("mode");
     parser.AddLongOption("regions");
     parser.AddLongOption("threshold", wxString(), wxCMD_LINE_VAL_NUMBER);
+    parser.AddLongSwitch("detect");
+    parser.AddLongOption("preblur", wxString(), wxCMD_LINE_VAL_NUMBER);
+    parser.AddLongSwitch("gpu");
+    parser.AddLongOption("detections");
     parser.AddLongSwitch("quiet");
     parser.AddLongSwitch("info");
     parser.AddLongSwitch("version");
@@ -94,6 +104,22 @@ bool readThreshold(const wxCmdLineParser& parser, Options& options) {
     return true;
 }
 
+bool readDetection(const wxCmdLineParser& parser, Options& options) {
+    options.detect = parser.Found("detect");
+    options.gpu = parser.Found("gpu");
+    if (!options.detect && (options.gpu || parser.Found("preblur") || parser.Found("detections")))
+        return refuse("--preblur, --gpu and --detections belong to --detect");
+    if (parser.Found("detections", &options.detectionsPath) && options.detectionsPath.empty())
+        return refuse("the name of the detections file is empty or not valid UTF-8");
+    long seconds = 0;
+    if (!parser.Found("preblur", &seconds))
+        return true;
+    if (seconds < 0 || seconds > 60)
+        return refuse(wxString::Format("--preblur is 0 to 60, not %ld", seconds));
+    options.preblurSeconds = static_cast<int32_t>(seconds);
+    return true;
+}
+
 bool readFiles(const wxCmdLineParser& parser, Options& options) {
     const bool isInfo = options.command == Options::Command::Info;
     const std::size_t expected = isInfo ? 1 : 2;
@@ -105,6 +131,8 @@ bool readFiles(const wxCmdLineParser& parser, Options& options) {
         return refuse("a file name is empty or not valid UTF-8");
     if (parser.Found("regions", &options.regionsPath) && options.regionsPath.empty())
         return refuse("the name of the regions file is empty or not valid UTF-8");
+    if (isInfo && options.detect)
+        return refuse("--info detects nothing");
     if (isInfo && (parser.Found("mode") || parser.Found("regions") || parser.Found("threshold")))
         return refuse("--info applies no regions");
     return true;
@@ -137,7 +165,8 @@ bool parseOptions(const std::vector<wxString>& arguments, Options& options) {
     if (parser.Found("info"))
         options.command = Options::Command::Info;
     options.quiet = parser.Found("quiet");
-    return readMode(parser, options) && readThreshold(parser, options) && readFiles(parser, options);
+    return readMode(parser, options) && readThreshold(parser, options) && readDetection(parser, options) &&
+           readFiles(parser, options);
 }
 
 wxString usageText() {

@@ -50,9 +50,10 @@ OutputFile::~OutputFile() {
         platform::removeFile(draft_);
 }
 
-bool OutputFile::create(const wxString& target, const std::vector<wxString>& sources, wxString& error) {
+bool OutputFile::create(Kind kind, const wxString& target, const std::vector<wxString>& sources,
+                        wxString& error) {
     const wxString ending = textFrom(pathFrom(target).extension());
-    if (!ending.IsSameAs(".mp4", false) && !ending.IsSameAs(".mov", false)) {
+    if (kind == Kind::Video && !ending.IsSameAs(".mp4", false) && !ending.IsSameAs(".mov", false)) {
         error = "the name must end in .mp4 or .mov";
         return false;
     }

@@ -24,8 +24,7 @@ const wxCmdLineEntryDesc kOptions[] = {
     {wxCMD_LINE_SWITCH, "h", "help", "show this text", wxCMD_LINE_VAL_NONE, wxCMD_LINE_OPTION_HELP},
     {wxCMD_LINE_SWITCH, nullptr, "check", "only check the model, install nothing", wxCMD_LINE_VAL_NONE, 0},
     {wxCMD_LINE_OPTION, nullptr, "library", "detection library to install", wxCMD_LINE_VAL_STRING, 0},
-    {wxCMD_LINE_PARAM, nullptr, nullptr, "model folder, or its .names, .cfg and .weights files",
-     wxCMD_LINE_VAL_STRING, wxCMD_LINE_PARAM_MULTIPLE},
+    {wxCMD_LINE_PARAM, nullptr, nullptr, "MODEL", wxCMD_LINE_VAL_STRING, wxCMD_LINE_PARAM_MULTIPLE},
     wxCMD_LINE_DESC_END};
 
 void say(std::FILE* stream, const wxString& text) {
@@ -68,8 +67,10 @@ wxString trial(const wxString& libraryPath, const modelfiles::ModelFiles& files)
 
 int run(int argc, char** argv) {
     wxCmdLineParser parser(kOptions, argc, argv);
-    parser.SetLogo("Installs the detection library and a model for Tarvex Shroud. Nothing is downloaded: a "
-                   "YOLOv4-tiny model in Darknet's format is yours to supply.");
+    parser.SetLogo(
+        "Installs the detection library and a model for Tarvex Shroud.\n"
+        "MODEL is a folder that holds one .names, one .cfg and one .weights file, or these three files:\n"
+        "a YOLOv4-tiny model in Darknet's format. It is yours to supply, nothing is downloaded.");
     if (const int result = parser.Parse(); result != 0)
         return result < 0 ? kDone : kWrongUsage;
 

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <exception>
 #include <optional>
-#include <set>
 
 #include <wx/arrstr.h>
 #include <wx/dir.h>
@@ -39,11 +38,14 @@ doriq::ObjectDetector* detector = nullptr;
 wxArrayString classNames;
 std::array<doriq::DetectionRecord, doriq::kMaxDetections> detections;
 /// Complaints about the library already made during this pass.
-std::set<wxString> complaints;
+std::vector<wxString> madeComplaints;
+int64_t failedFrameCount = 0;
 
 void complainOnce(const wxString& text) {
-    if (complaints.insert(text).second)
-        wxLogError("[AI] %s", text);
+    if (std::find(madeComplaints.begin(), madeComplaints.end(), text) != madeComplaints.end())
+        return;
+    madeComplaints.push_back(text);
+    wxLogError("[AI] %s", text);
 }
 
 /// Runs a call into the library. False when it threw.
@@ -199,15 +201,28 @@ void init() {
     wxLogMessage("[AI] Loaded object detector destroyer");
 }
 
+bool ready() {
+    return detector != nullptr;
+}
+
+std::vector<wxString> complaints() {
+    return madeComplaints;
+}
+
+int64_t failedFrames() {
+    return failedFrameCount;
+}
+
 bool available() {
     return buildDetector && destroyDetector;
 }
 
 void buildDetectors(bool gpu) {
+    destroyDetectors();
+    madeComplaints.clear();
+    failedFrameCount = 0;
     if (!available())
         return;
-    destroyDetectors();
-    complaints.clear();
 
     const wxString modelFolder = below(folder(), {"Resources", "yolov4-tiny"});
     wxDir models;
@@ -250,8 +265,10 @@ std::vector<Detection> detectFrame(const pxl::Image& image) {
     const bool returned = shielded("detect", [&] {
         count = detector->detect(image.pixels, image.width, image.height, detections.data(), &kDetectParams);
     });
-    if (!returned)
+    if (!returned) {
+        ++failedFrameCount;
         return {};
+    }
     if (count < 0 || count > doriq::kMaxDetections)
         complainOnce("The detection library reports an impossible number of hits: cut");
     count = std::clamp(count, 0, doriq::kMaxDetections);

@@ -39,12 +39,21 @@ bool available();
 /// library fails, there is no detector afterwards; the reason is logged.
 void buildDetectors(bool gpu);
 
+/// True while a detector exists.
+bool ready();
+
+/// What the library did wrong since the last `buildDetectors`, each kind once, in words for the log.
+std::vector<wxString> complaints();
+
+/// Frames since then that the library failed to look at.
+int64_t failedFrames();
+
 /// Hands the detector back to the library. Nothing happens when there is none.
 void destroyDetectors();
 
 /// Persons and faces of one frame, in the detector's order. Empty without a detector. What the library
 /// reports wrongly (too many hits, impossible boxes, probabilities or classes, an exception) is cut or
-/// dropped, and logged once per detector and kind.
+/// dropped, and logged at error level, each kind once per detector.
 std::vector<Detection> detectFrame(const pxl::Image& image);
 
 } // namespace ai

@@ -1,6 +1,7 @@
 #include "aiworker.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <exception>
 #include <limits>
@@ -13,6 +14,7 @@
 
 #include "ai_doriq.h"
 #include "blurtrack.h"
+#include "decodeahead.h"
 #include "preblur.h"
 #include "settings.h"
 #include "video_backend_ffmpeg.h"
@@ -20,6 +22,8 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+constexpr int64_t kFramesPerReport = 100;
 
 int32_t progressValue(int64_t frames) {
     return static_cast<int32_t>(std::clamp<int64_t>(frames, 0, std::numeric_limits<int32_t>::max()));
@@ -40,16 +44,18 @@ void storeDetections(int64_t frameIndex, const pxl::Image& image) {
     }
 }
 
-/// Runs one stage of the pass; what it throws ends that stage with a log line.
+/// Runs one stage of the pass; what it throws ends that stage with a log line. False then.
 template <typename Stage>
-void guarded(const Stage& stage) {
+bool guarded(const Stage& stage) {
     try {
         stage();
+        return true;
     } catch (const std::exception& error) {
         wxLogError("[AI] The pass broke off: %s", wxString::FromUTF8(error.what()));
     } catch (...) {
         wxLogError("[AI] The pass broke off");
     }
+    return false;
 }
 
 } // namespace
@@ -65,54 +71,66 @@ void AiWorker::setOverrides(const AiOverrides& overrides) {
     overrides_ = overrides;
 }
 
+void AiWorker::setReport(std::shared_ptr<AiReport> report) {
+    report_ = std::move(report);
+}
+
 wxThread::ExitCode AiWorker::Entry() {
-    std::shared_ptr<video::Decoder> decoder;
+    std::atomic<bool> interrupt{false};
+    std::shared_ptr<Decoder_ffmpeg> decoder;
     guarded([&] {
         decoder = std::make_shared<Decoder_ffmpeg>();
+        decoder->setInterrupt(&interrupt);
         // A decoder that failed to open delivers no frames.
         decoder->open(source_.path);
     });
     progress_->start("Tarvex AI", _("Initializing"), progressValue(source_.frameCount));
 
     int64_t counter = 0;
-    guarded([&] {
-        const bool gpu = overrides_.gpu ? *overrides_.gpu : settings::readBool(settings::kGpu);
-        const int32_t preblurSeconds = overrides_.preblurSeconds
-                                           ? *overrides_.preblurSeconds
-                                           : settings::readInt(settings::kPreblurSeconds);
-        ai::buildDetectors(gpu);
-        progress_->update(0, _("Detecting"));
-
-        auto lastReport = Clock::now();
-        const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
-        pxl::Image image(source_.width, source_.height);
-        while (decoder && decoder->next()) {
-            if (TestDestroy())
-                break;
-            if (!image.empty() && decoder->convert(image))
-                storeDetections(decoder->frameIndex(), image);
-            if (counter % 100 == 0) {
-                const auto now = Clock::now();
-                const auto elapsed =
-                    std::chrono::duration_cast<std::chrono::milliseconds>(now - lastReport).count();
-                const float seconds = static_cast<float>(elapsed) / 1000;
-                progress_->update(
-                    progressValue(counter),
-                    wxString::Format(_("Processing speed: 100 frames in %.1f seconds"), double{seconds}));
-                lastReport = now;
-            }
-            ++counter;
-        }
-        if (preblurSeconds >= 1) {
-            progress_->update(progressValue(counter), _("Post-processing"));
-            preblur::extendBackward(counter, preblur::lifeInFrames(preblurSeconds, source_.fps));
-        }
-    });
+    const bool completed = decoder && guarded([&] { fillStore(decoder, interrupt, counter); });
 
     progress_->update(progressValue(counter), _("Cleaning up"));
+    const bool hadDetector = ai::ready();
     ai::destroyDetectors();
+    if (report_)
+        *report_ = {hadDetector, !completed, ai::failedFrames(), ai::complaints()};
     progress_->finish();
     if (done_)
         guarded(done_);
     return nullptr;
+}
+
+void AiWorker::fillStore(const std::shared_ptr<video::Decoder>& decoder, std::atomic<bool>& interrupt,
+                         int64_t& counter) {
+    const bool gpu = overrides_.gpu ? *overrides_.gpu : settings::readBool(settings::kGpu);
+    const int32_t preblurSeconds =
+        overrides_.preblurSeconds ? *overrides_.preblurSeconds : settings::readInt(settings::kPreblurSeconds);
+    ai::buildDetectors(gpu);
+    progress_->update(0, _("Detecting"));
+
+    auto lastReport = Clock::now();
+    const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
+    // Decoding goes on while the detector works.
+    DecodeAhead source(decoder, source_.width, source_.height, interrupt);
+    while (const DecodeAhead::Picture* picture = source.next()) {
+        if (TestDestroy())
+            break;
+        if (picture->converted)
+            storeDetections(picture->frameIndex, picture->image);
+        if (counter % kFramesPerReport == 0) {
+            const auto now = Clock::now();
+            const auto elapsed =
+                std::chrono::duration_cast<std::chrono::milliseconds>(now - lastReport).count();
+            const float seconds = static_cast<float>(elapsed) / 1000;
+            progress_->update(
+                progressValue(counter),
+                wxString::Format(_("Processing speed: 100 frames in %.1f seconds"), double{seconds}));
+            lastReport = now;
+        }
+        ++counter;
+    }
+    if (preblurSeconds >= 1) {
+        progress_->update(progressValue(counter), _("Post-processing"));
+        preblur::extendBackward(counter, preblur::lifeInFrames(preblurSeconds, source_.fps));
+    }
 }

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
+#include <vector>
 
 #include <wx/thread.h>
 
@@ -14,6 +17,18 @@ struct AiOverrides {
     std::optional<bool> gpu;
     /// Seconds.
     std::optional<int32_t> preblurSeconds;
+};
+
+/// How a pass went.
+struct AiReport {
+    /// Without one nothing was found.
+    bool hadDetector = false;
+    /// An exception ended it early.
+    bool brokeOff = false;
+    /// Frames that the library failed to look at.
+    int64_t failedFrames = 0;
+    /// What the library did wrong, each kind once, in words for the log.
+    std::vector<wxString> complaints;
 };
 
 /// Finds persons and faces in every frame of a video and adds them to the blur store, then extends every
@@ -30,6 +45,8 @@ public:
 
     /// Called once, on the worker's thread, as the worker's last act. Set before `Run`.
     void setDone(std::function<void()> done);
+    /// Filled before the completion callback is called. Set before `Run`.
+    void setReport(std::shared_ptr<AiReport> report);
     /// Set before `Run`.
     void setOverrides(const AiOverrides& overrides);
 
@@ -37,8 +54,14 @@ protected:
     ExitCode Entry() override;
 
 private:
+    /// Detection and extension, with the store's mutex held. `counter` is the number of frames looked at,
+    /// right also when this throws.
+    void fillStore(const std::shared_ptr<video::Decoder>& decoder, std::atomic<bool>& interrupt,
+                   int64_t& counter);
+
     std::function<void()> done_;
     video::VideoInfo source_;
     ISafeProgress* progress_;
     AiOverrides overrides_;
+    std::shared_ptr<AiReport> report_;
 };
