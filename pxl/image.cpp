@@ -18,20 +18,25 @@ void Image::Free::operator()(uint32_t* memory) const noexcept {
     std::free(memory);
 }
 
-Image::Image(int32_t imageWidth, int32_t imageHeight) {
+Image::Image(int32_t imageWidth, int32_t imageHeight) : Image(uninitialised(imageWidth, imageHeight)) {
+    std::fill_n(pixels, pixelCount(), kOpaqueBlack);
+}
+
+Image Image::uninitialised(int32_t imageWidth, int32_t imageHeight) {
+    Image image;
     if (imageWidth < 1 || imageHeight < 1)
-        return;
+        return image;
     const auto columns = static_cast<std::size_t>(imageWidth);
     const auto rows = static_cast<std::size_t>(imageHeight);
     if (columns > std::numeric_limits<std::size_t>::max() / sizeof(uint32_t) / rows)
         throw std::bad_alloc();
-    owned_.reset(static_cast<uint32_t*>(std::malloc(columns * rows * sizeof(uint32_t))));
-    if (!owned_)
+    image.owned_.reset(static_cast<uint32_t*>(std::malloc(columns * rows * sizeof(uint32_t))));
+    if (!image.owned_)
         throw std::bad_alloc();
-    width = imageWidth;
-    height = imageHeight;
-    pixels = owned_.get();
-    std::fill_n(pixels, pixelCount(), kOpaqueBlack);
+    image.width = imageWidth;
+    image.height = imageHeight;
+    image.pixels = image.owned_.get();
+    return image;
 }
 
 Image::Image(Image&& other) noexcept
@@ -57,7 +62,7 @@ Image Image::view(int32_t width, int32_t height, uint32_t* pixels) {
 }
 
 Image Image::clone() const {
-    Image copy(width, height);
+    Image copy = uninitialised(width, height);
     if (!copy.empty())
         std::memcpy(copy.pixels, pixels, byteCount());
     return copy;

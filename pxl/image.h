@@ -41,6 +41,9 @@ struct Image {
     bool empty() const { return pixels == nullptr; }
 
 private:
+    /// The same with whatever the memory held before.
+    static Image uninitialised(int32_t width, int32_t height);
+
     struct Free {
         void operator()(uint32_t* memory) const noexcept;
     };

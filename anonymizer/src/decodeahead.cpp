@@ -4,9 +4,8 @@
 
 DecodeAhead::DecodeAhead(std::shared_ptr<video::Decoder> decoder, int32_t width, int32_t height,
                          std::atomic<bool>& stop)
-    : decoder_(std::move(decoder)), stop_(stop), ring_(kDepth) {
-    for (Picture& picture : ring_)
-        picture.image = pxl::Image(width, height);
+    : decoder_(std::move(decoder)), stop_(stop) {
+    picture_.image = pxl::Image(width, height);
     thread_ = std::thread(&DecodeAhead::run, this);
 }
 
@@ -15,63 +14,60 @@ DecodeAhead::~DecodeAhead() {
         const std::lock_guard<std::mutex> lock(mutex_);
         stop_ = true;
     }
-    roomOrStop_.notify_one();
+    changed_.notify_one();
     thread_.join();
 }
 
-const DecodeAhead::Picture* DecodeAhead::next() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    if (std::exchange(inUse_, false)) {
-        ++taken_;
-        roomOrStop_.notify_one();
+void DecodeAhead::release() {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (state_ != State::InUse)
+            return;
+        state_ = State::Free;
     }
-    pictureOrEnd_.wait(lock, [this] { return decoded_ != taken_ || ended_; });
-    if (decoded_ == taken_) {
+    changed_.notify_one();
+}
+
+const DecodeAhead::Picture* DecodeAhead::next() {
+    release();
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [this] { return state_ != State::Free; });
+    if (state_ == State::Ended) {
         if (error_)
             std::rethrow_exception(std::exchange(error_, nullptr));
         return nullptr;
     }
-    inUse_ = true;
-    return &ring_[taken_ % ring_.size()];
+    state_ = State::InUse;
+    return &picture_;
 }
 
 void DecodeAhead::run() {
     try {
-        while (waitForRoom() && decodeInto(ring_[decoded_ % ring_.size()]))
-            publish();
-        end(nullptr);
+        while (decoder_->next() && waitUntilFree()) {
+            picture_.converted = decoder_->convert(picture_.image);
+            picture_.frameIndex = decoder_->frameIndex();
+            become(State::Ready);
+        }
     } catch (...) {
-        end(std::current_exception());
+        const std::lock_guard<std::mutex> lock(mutex_);
+        error_ = std::current_exception();
     }
+    // The last picture is taken before the end is told.
+    if (waitUntilFree())
+        become(State::Ended);
 }
 
-bool DecodeAhead::decodeInto(Picture& picture) {
-    if (!decoder_->next())
-        return false;
-    picture.converted = decoder_->convert(picture.image);
-    picture.frameIndex = decoder_->frameIndex();
-    return true;
-}
-
-bool DecodeAhead::waitForRoom() {
+/// False when the stage is being destroyed.
+bool DecodeAhead::waitUntilFree() {
     std::unique_lock<std::mutex> lock(mutex_);
-    roomOrStop_.wait(lock, [this] { return stop_ || decoded_ - taken_ < ring_.size(); });
+    changed_.wait(lock, [this] { return stop_ || state_ == State::Free; });
     return !stop_;
 }
 
-void DecodeAhead::publish() {
+void DecodeAhead::become(State state) {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        ++decoded_;
+        state_ = state;
     }
-    pictureOrEnd_.notify_one();
-}
-
-void DecodeAhead::end(std::exception_ptr error) {
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        error_ = std::move(error);
-        ended_ = true;
-    }
-    pictureOrEnd_.notify_one();
+    changed_.notify_one();
 }

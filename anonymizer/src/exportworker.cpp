@@ -147,6 +147,7 @@ bool ExportWorker::exportFrames(DecodeAhead& source, Encoder_ffmpeg& encoder) {
             const int64_t index = picture->frameIndex;
             const Image* result =
                 processor_->process(picture->image, static_cast<int32_t>(index), threshold_);
+            source.release();
             encoder.encode(std::make_shared<Frame_ffmpeg>(result->clone(), index));
             if (counter % kFramesPerUpdate == 0)
                 progress_->update(static_cast<int32_t>(counter), wxString());

@@ -66,12 +66,12 @@ TEST(DecodeAhead, DeliversEveryPictureInOrder) {
     EXPECT_FALSE(stage.next());
 }
 
-TEST(DecodeAhead, NeverRunsAheadOfItsDepth) {
+TEST(DecodeAhead, RunsAheadByOnePictureAndTheFrameAfterIt) {
     std::atomic<bool> stop{false};
     const auto decoder = std::make_shared<CountingDecoder>(500);
     DecodeAhead stage(decoder, 4, 2, stop);
     for (int64_t taken = 0; stage.next(); ++taken)
-        ASSERT_LE(decoder->decoded, taken + static_cast<int64_t>(DecodeAhead::kDepth));
+        ASSERT_LE(decoder->decoded, taken + 2);
     EXPECT_EQ(decoder->decoded, 500);
 }
 
@@ -105,7 +105,19 @@ TEST(DecodeAhead, WhatTheDecoderThrowsArrivesAfterThePicturesBeforeIt) {
     EXPECT_FALSE(stage.next());
 }
 
-TEST(DecodeAhead, CanBeDroppedWhileItWaitsForRoom) {
+TEST(DecodeAhead, GivenBackEarlyThePictureIsNotGivenBackTwice) {
+    std::atomic<bool> stop{false};
+    DecodeAhead stage(std::make_shared<CountingDecoder>(100), 4, 2, stop);
+    stage.release();
+    for (int64_t number = 1; number <= 100; ++number) {
+        ASSERT_EQ(stage.next()->frameIndex, number);
+        stage.release();
+        stage.release();
+    }
+    EXPECT_FALSE(stage.next());
+}
+
+TEST(DecodeAhead, CanBeDroppedWhileAPictureWaits) {
     std::atomic<bool> stop{false};
     const auto decoder = std::make_shared<CountingDecoder>(1000000);
     {
@@ -113,7 +125,7 @@ TEST(DecodeAhead, CanBeDroppedWhileItWaitsForRoom) {
         EXPECT_TRUE(stage.next());
     }
     EXPECT_TRUE(stop);
-    EXPECT_LE(decoder->decoded, static_cast<int64_t>(DecodeAhead::kDepth));
+    EXPECT_LE(decoder->decoded, 2);
     EXPECT_EQ(decoder.use_count(), 1);
 }
 
