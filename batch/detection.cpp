@@ -87,7 +87,8 @@ bool writeDetections(const wxString& path, wxString& error) {
         const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
         for (const auto& [frame, entries] : blurtrack::store().frames)
             for (const blurtrack::BlurEntry& entry : entries)
-                if (entry.w >= 1 && entry.h >= 1)
+                // Pre-blur reaches back to position 0, before the first frame.
+                if (frame >= 1 && entry.w >= 1 && entry.h >= 1)
                     regions.push_back(
                         {frame, frame, entry.x, entry.y, entry.w, entry.h, std::clamp(entry.score, 0, 100)});
     }

@@ -40,3 +40,13 @@ if(TARGET Doriq)
   target_link_libraries(detector_tests PRIVATE pxl_base test_ai_folder ${CMAKE_DL_LIBS})
   add_dependencies(detector_tests Doriq tarvex_shroud_install_model)
 endif()
+
+# The companion with detection.
+target_sources(batch_tests PRIVATE support/figure_clip.cpp)
+target_link_libraries(batch_tests PRIVATE pxl_base test_ai_folder test_darknet_models)
+if(TARGET Doriq)
+  target_compile_definitions(batch_tests PRIVATE SHROUD_DORIQ_PATH="$<TARGET_FILE:Doriq>")
+  add_dependencies(batch_tests Doriq)
+else()
+  target_compile_definitions(batch_tests PRIVATE SHROUD_DORIQ_PATH="")
+endif()
