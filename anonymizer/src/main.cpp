@@ -1,4 +1,8 @@
+#include <string>
+#include <vector>
+
 #include <wx/app.h>
+#include <wx/init.h>
 
 #include "anonymizer.h"
 #include "logfiles.h"
@@ -9,5 +13,16 @@ wxIMPLEMENT_APP_NO_MAIN(Anonymizer);
 int main(int argc, char** argv) {
     platform::prepareProcess();
     logfiles::logUnhandledExceptions();
-    return wxEntry(argc, argv);
+
+    // Given narrow arguments, the GUI library takes them for text of the user's locale: "Ärger.mp4" would
+    // arrive broken in the locale "C".
+    std::vector<std::wstring> arguments{L"tarvex_shroud"};
+    for (const wxString& argument : platform::commandLineArguments(argc, argv))
+        arguments.push_back(argument.ToStdWstring());
+    std::vector<wchar_t*> pointers;
+    for (std::wstring& argument : arguments)
+        pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    int count = static_cast<int>(arguments.size());
+    return wxEntry(count, pointers.data());
 }

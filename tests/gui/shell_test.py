@@ -1,0 +1,475 @@
+"""The application around the canvas: start-up, menus by mouse and by key, dialogs, settings, logs, shutdown."""
+
+import glob
+import json
+import os
+import shutil
+import subprocess
+import tempfile
+
+import driver
+
+MENU_LEFT = {"File": 19, "Tools": 63, "Help": 111}
+MENU_MIDDLE = 13
+
+# Rows of each menu, separators left out.
+FILE = ["Open", "Export", "Exit"]
+TOOLS = ["Mode", "Playback speed", "AI", "Reset all"]
+MODE = ["Blur mode", "Unblur mode"]
+SPEED = ["1x", "4x"]
+AI = ["Blur humans", "Settings"]
+SETTINGS = ["Pre-blur", "Confidence threshold", "Use GPU"]
+PREBLUR = ["1", "2", "3", "4", "5"]
+THRESHOLD = ["10", "20", "30", "40", "50", "60", "70", "80", "90"]
+HELP = ["Language", "About"]
+
+
+class Shell(driver.GuiTest):
+    # --- windows and menus
+
+    def place(self, window):
+        """x, y, width, height on the screen."""
+        text = self.screen.output("xwininfo", "-id", str(window)).decode(errors="replace")
+        fields = dict(line.strip().split(":", 1) for line in text.splitlines() if ":" in line)
+        return tuple(int(fields[name]) for name in ("Absolute upper-left X", "Absolute upper-left Y", "Width",
+                                                    "Height"))
+
+    def popups(self):
+        return set(self.screen.windows())
+
+    def click_at(self, x, y):
+        self.screen.xdotool("mousemove", x, y)
+        self.screen.xdotool("click", 1)
+
+    def new_popup(self, before):
+        def find():
+            for window in self.popups() - before:
+                place = self.place(window)
+                if place[2] > 20 and place[3] > 20:
+                    return window, place
+            return None
+        return driver.wait_until(find, "a menu")
+
+    def row_point(self, place, rows, label):
+        x, y, width, height = place
+        return x + width // 3, y + height * (2 * rows.index(label) + 1) // (2 * len(rows))
+
+    def open_menu(self, app, menu, *path):
+        """Opens a menu by mouse, goes down `path` of (rows, label) and returns the place of the last menu."""
+        app.main_window()
+        self.screen.xdotool("windowfocus", "--sync", app.main_window())
+        x, y, _, _ = self.place(app.main_window())
+        before = self.popups()
+        self.click_at(x + MENU_LEFT[menu], y + MENU_MIDDLE)
+        _, place = self.new_popup(before)
+        for rows, label in path:
+            before = self.popups()
+            # A sub-menu opens under the pointer; a click would close it again.
+            self.screen.xdotool("mousemove", *self.row_point(place, rows, label))
+            _, place = self.new_popup(before)
+        return place
+
+    def choose(self, app, menu, *path):
+        """Clicks through a menu; the last of `path` is the command."""
+        before = self.popups()
+        place = self.open_menu(app, menu, *path[:-1])
+        self.click_at(*self.row_point(place, *path[-1]))
+        driver.wait_until(lambda: not [window for window in self.popups() - before if self.is_menu(window)],
+                          "the menu to close")
+
+    def is_menu(self, window):
+        text = self.screen.output("xwininfo", "-id", str(window), "-wm", "-all").decode(errors="replace")
+        return "Override Redirect State: yes" in text and "Menu" in text
+
+    def close_menus(self, app):
+        for _ in range(4):
+            self.screen.xdotool("key", "Escape")
+        app.check_running()
+
+    def wait_title(self, app, title):
+        driver.wait_until(lambda: title in app.titles(), "the window %r among %r" % (title, app.titles()))
+
+    def wait_no_title(self, app, title):
+        driver.wait_until(lambda: title not in app.titles(), "the window %r to close" % title)
+
+    def dialog(self, app, title):
+        def find():
+            for line in self.screen.output("wmctrl", "-l", "-p").decode(errors="replace").splitlines():
+                parts = line.split(None, 4)
+                if int(parts[2]) == app.process.pid and len(parts) == 5 and parts[4] == title:
+                    return int(parts[0], 16)
+            return None
+        return driver.wait_until(find, "the window %r" % title)
+
+    def key_in(self, app, title, *keys):
+        self.screen.xdotool("windowfocus", "--sync", self.dialog(app, title))
+        self.screen.xdotool("key", *keys)
+
+    def ready(self, name="plain.mp4", **named):
+        app = self.open(name, **named)
+        app.wait_number(1)
+        app.move_window(60, 60)
+        app.still_shot()
+        return app
+
+    def config(self, app):
+        path = os.path.join(app.env["XDG_CONFIG_HOME"], "Tarvex Shroud", "config.ini")
+        with open(path, encoding="utf-8") as text:
+            return dict(line.strip().split("=", 1) for line in text if "=" in line)
+
+    def logs(self, home):
+        return sorted(glob.glob(os.path.join(home, ".config", "Tarvex Shroud", "*.log")))
+
+    def home(self):
+        folder = tempfile.mkdtemp(prefix="shroud-gui-")
+        self.addCleanup(shutil.rmtree, folder, True)
+        return folder
+
+    def home_with_detector(self):
+        library = os.path.join(driver.options.tools, "..", "lib", "tests", "fake_doriq.so")
+        if not os.path.exists(library):
+            self.skipTest("there is no fake detection library")
+        home = self.home()
+        folder = os.path.join(home, ".config", "Tarvex Shroud", "Plugins", "Tarvex AI")
+        model = os.path.join(folder, "Resources", "yolov4-tiny")
+        os.makedirs(model)
+        shutil.copy(library, os.path.join(folder, "Doriq.so"))
+        for name, content in (("a.names", "person\n"), ("a.cfg", "\n"), ("a.weights", "hit 0 100 60 40 40 0.9 0\n")):
+            with open(os.path.join(model, name), "w", encoding="utf-8") as file:
+                file.write(content)
+        return home
+
+    def frames_of(self, path):
+        out = subprocess.run(["ffprobe", "-v", "error", "-count_frames", "-show_entries", "stream=nb_read_frames",
+                              "-of", "json", path], stdout=subprocess.PIPE, check=True).stdout
+        return int(json.loads(out)["streams"][0]["nb_read_frames"])
+
+    # --- start-up
+
+    def test_first_run_writes_the_four_defaults_and_a_log(self):
+        app = self.start()
+        app.main_window()
+        self.assertEqual(self.config(app), {"gpu": "1", "preblursec": "1", "userlang": "0", "lang": "0"})
+        logs = self.logs(app.home)
+        self.assertEqual(len(logs), 1)
+        self.assertRegex(os.path.basename(logs[0]), r"^\d{4}-\d\d-\d\dT\d\d_\d\d_\d\d\.log$")
+        app.wait_log(r"^\[AI\] Could not find Doriq.dll$")
+        self.assertEqual(app.title(), "Tarvex Shroud")
+        self.assertEqual(app.console().count("[Message]"), 0)
+        self.assertEqual(app.close(), 0)
+
+    def test_settings_of_an_earlier_run_stay_and_a_deleted_file_comes_back(self):
+        home = self.home()
+        folder = os.path.join(home, ".config", "Tarvex Shroud")
+        os.makedirs(folder)
+        with open(os.path.join(folder, "config.ini"), "w", encoding="utf-8") as file:
+            file.write("gpu=0\npreblursec=4\nuserlang=0\nlang=0\n")
+        app = self.start(home=home)
+        app.main_window()
+        self.assertEqual(self.config(app)["preblursec"], "4")
+        self.assertEqual(app.close(), 0)
+        os.remove(os.path.join(folder, "config.ini"))
+        app = self.start(home=home)
+        app.main_window()
+        self.assertEqual(self.config(app)["preblursec"], "1")
+
+    def test_of_ten_old_logs_the_oldest_goes(self):
+        home = self.home()
+        folder = os.path.join(home, ".config", "Tarvex Shroud")
+        os.makedirs(folder)
+        for number in range(10):
+            path = os.path.join(folder, "old%d.log" % number)
+            with open(path, "w", encoding="utf-8"):
+                pass
+            os.utime(path, (1000000 + number, 1000000 + number))
+        app = self.start(home=home)
+        app.wait_log(r"^Deleted old log file: .*/old0\.log$")
+        names = [os.path.basename(path) for path in self.logs(home)]
+        self.assertEqual(len(names), 10)
+        self.assertNotIn("old0.log", names)
+        self.assertIn("old1.log", names)
+
+    def test_a_data_folder_that_cannot_be_made_does_not_stop_the_start(self):
+        home = self.home()
+        with open(os.path.join(home, ".config"), "w", encoding="utf-8"):
+            pass
+        app = self.start("--video", os.path.join(driver.options.media, "plain.mp4"), home=home)
+        driver.wait_until(lambda: app.title() == "Tarvex Shroud - %s/plain.mp4" % driver.options.media, "the video")
+        app.check_running()
+
+    def test_both_names_of_the_option_open_a_video(self):
+        for option in ("-v", "--video"):
+            app = self.start(option, os.path.join(driver.options.media, "plain.mp4"))
+            app.wait_number(1)
+            self.assertIn("[Message] Loading video from parameter: %s/plain.mp4\n" % driver.options.media,
+                          app.console())
+            self.assertEqual(app.title(), "Tarvex Shroud - %s/plain.mp4" % driver.options.media)
+            self.assertEqual(app.close(), 0)
+
+    def test_a_missing_video_opens_the_empty_window_without_a_word(self):
+        app = self.start("--video", "/no/such/file.mp4")
+        app.main_window()
+        app.wait_log(r"^\[AI\]")
+        self.assertEqual(app.titles(), ["Tarvex Shroud"])
+        self.assertEqual(app.console().count("[Message]"), 0)
+
+    def test_an_unreadable_video_is_an_error_box(self):
+        app = self.start("--video", os.path.join(driver.options.media, "text.mp4"))
+        self.key_in(app, "Error", "Return")
+        self.wait_no_title(app, "Error")
+        self.assertEqual(app.titles(), ["Tarvex Shroud"])
+        app.wait_log(r"^Error: \[DecoderFFMPEG\] Invalid data found")
+        self.assertEqual(app.close(), 0)
+
+    def test_a_wrong_command_line_shows_the_usage_and_the_window(self):
+        app = self.start("--nonsense")
+        app.main_window()
+        driver.wait_until(lambda: "--video" in app.console() or len(app.titles()) > 1, "the usage text")
+
+    def test_a_name_beyond_ascii_is_opened_in_the_c_locale(self):
+        home = self.home()
+        path = os.path.join(home, "Ärger 中文.mp4")
+        shutil.copy(os.path.join(driver.options.media, "plain.mp4"), path)
+        app = self.start_in_locale("C", path, home)
+        app.wait_number(1)
+        self.assertIn("Ärger 中文.mp4", app.title())
+
+    def start_in_locale(self, locale, path, home):
+        wrapper = os.path.join(home, "start")
+        with open(wrapper, "w", encoding="utf-8") as file:
+            file.write("#!/bin/sh\nexec env LC_ALL=%s %s --video '%s'\n" % (locale, driver.options.program, path))
+        os.chmod(wrapper, 0o755)
+        program, driver.options.program = driver.options.program, wrapper
+        try:
+            return self.start(home=home)
+        finally:
+            driver.options.program = program
+
+    def test_two_runs_at_once_both_log_and_keep_each_others_settings(self):
+        home = self.home_with_detector()
+        first = self.ready(home=home)
+        second = self.ready(home=home)
+        self.choose(second, "Tools", (TOOLS, "AI"), (AI, "Settings"), (SETTINGS, "Pre-blur"), (PREBLUR, "3"))
+        driver.wait_until(lambda: self.config(second)["preblursec"] == "3", "the setting")
+        second.close()
+        self.choose(first, "Tools", (TOOLS, "AI"), (AI, "Settings"), (SETTINGS, "Use GPU"))
+        driver.wait_until(lambda: self.config(first)["gpu"] == "0", "the setting")
+        self.assertEqual(self.config(first)["preblursec"], "3")
+        self.assertEqual(first.log_count(r"Loaded Doriq.dll"), 2)
+
+    # --- menus
+
+    def test_file_menu_by_mouse(self):
+        app = self.ready()
+        self.choose(app, "File", (FILE, "Open"))
+        self.key_in(app, "Open video file", "Escape")
+        self.wait_no_title(app, "Open video file")
+        self.choose(app, "File", (FILE, "Export"))
+        self.key_in(app, "Export video file", "Escape")
+        self.wait_no_title(app, "Export video file")
+        self.choose(app, "File", (FILE, "Exit"))
+        self.assertEqual(app.process.wait(driver.LIMIT), 0)
+
+    def test_file_menu_by_accelerator(self):
+        app = self.ready()
+        for key, title in (("ctrl+o", "Open video file"), ("ctrl+e", "Export video file")):
+            app.key(key)
+            self.key_in(app, title, "Escape")
+            self.wait_no_title(app, title)
+        app.key("ctrl+q")
+        self.assertEqual(app.process.wait(driver.LIMIT), 0)
+
+    def test_mode_by_mouse_and_by_accelerator_changes_the_picture(self):
+        app = self.ready()
+        clear = app.still_shot()
+        self.choose(app, "Tools", (TOOLS, "Mode"), (MODE, "Unblur mode"))
+        hidden = app.wait_shot(lambda picture: not picture.same_as(clear), "the mosaic")
+        self.choose(app, "Tools", (TOOLS, "Mode"), (MODE, "Blur mode"))
+        app.wait_shot(lambda picture: picture.same_as(clear), "the clear picture")
+        app.key("ctrl+u")
+        app.wait_shot(lambda picture: picture.same_as(hidden), "the mosaic")
+        app.key("ctrl+b")
+        app.wait_shot(lambda picture: picture.same_as(clear), "the clear picture")
+
+    def test_accelerators_of_the_tools_do_nothing_without_a_video(self):
+        app = self.start()
+        app.main_window()
+        app.wait_log(r"^\[AI\]")
+        before = app.still_shot()
+        app.key("ctrl+e", "ctrl+u")
+        app.key("ctrl+o")
+        self.key_in(app, "Open video file", "Escape")
+        self.wait_no_title(app, "Open video file")
+        self.assertEqual(app.titles(), ["Tarvex Shroud"])
+        self.assertTrue(app.still_shot().same_as(before))
+
+    def test_speed_by_mouse_plays_four_times_as_fast(self):
+        app = self.ready()
+        self.choose(app, "Tools", (TOOLS, "Playback speed"), (SPEED, "4x"))
+        app.click(*app.play_button())
+        app.wait_log(r"\[VideoPlayer\] play 100fps")
+        app.wait_log(r"Play$")
+        driver.wait_until(lambda: (app.number(app.shot()) or 0) > 5, "playing")
+        app.click(*app.play_button())
+        app.wait_log(r"\[VideoPlayer\] stop")
+        self.choose(app, "Tools", (TOOLS, "Playback speed"), (SPEED, "1x"))
+        app.click(*app.play_button())
+        app.wait_log(r"\[VideoPlayer\] play 25fps")
+
+    def test_reset_by_mouse_takes_the_blur_off_the_picture(self):
+        app = self.ready()
+        app.move(*app.at(200, 120))
+        before = app.number(app.still_shot())
+        app.click(*app.at(200, 120))
+        app.wait_log(r"New Blur id:0 ")
+        self.screen.xdotool("mousemove", 0, 0)
+        painted = app.still_shot()
+        self.choose(app, "Tools", (TOOLS, "Reset all"))
+        self.screen.xdotool("mousemove", 0, 0)
+        app.wait_shot(lambda picture: not picture.same_as(painted), "the clear picture")
+        self.assertEqual(before, 1)
+
+    def test_ai_settings_by_mouse(self):
+        app = self.ready(home=self.home_with_detector())
+        for seconds in PREBLUR[::-1]:
+            self.choose(app, "Tools", (TOOLS, "AI"), (AI, "Settings"), (SETTINGS, "Pre-blur"), (PREBLUR, seconds))
+            driver.wait_until(lambda: self.config(app)["preblursec"] == seconds, "%s seconds" % seconds)
+        for state in ("0", "1"):
+            self.choose(app, "Tools", (TOOLS, "AI"), (AI, "Settings"), (SETTINGS, "Use GPU"))
+            driver.wait_until(lambda: self.config(app)["gpu"] == state, "gpu %s" % state)
+
+    def test_detection_and_threshold_by_mouse_change_the_picture(self):
+        app = self.ready(home=self.home_with_detector())
+        clear = app.still_shot()
+        self.choose(app, "Tools", (TOOLS, "AI"), (AI, "Blur humans"))
+        found = app.wait_shot(lambda picture: not picture.same_as(clear) and "Tarvex AI" not in app.titles(),
+                              "the detection's rectangle")
+        for percent in THRESHOLD:
+            self.choose(app, "Tools", (TOOLS, "AI"), (AI, "Settings"), (SETTINGS, "Confidence threshold"),
+                        (THRESHOLD, percent))
+            self.screen.xdotool("mousemove", 0, 0)
+            app.wait_shot(lambda picture: picture.same_as(found), "score 90 at threshold %s" % percent)
+
+    def test_help_menu_by_mouse(self):
+        app = self.ready()
+        self.choose(app, "Help", (HELP, "Language"))
+        self.key_in(app, "Select language", "Escape")
+        self.wait_no_title(app, "Select language")
+        self.choose(app, "Help", (HELP, "About"))
+        self.key_in(app, "About Tarvex Shroud", "Escape")
+        self.wait_no_title(app, "About Tarvex Shroud")
+
+    def test_a_chosen_language_is_there_after_a_restart(self):
+        home = self.home()
+        app = self.ready(home=home)
+        self.choose(app, "Help", (HELP, "Language"))
+        before = self.config(app)
+        self.key_in(app, "Select language", "Escape")
+        self.wait_no_title(app, "Select language")
+        self.assertEqual(self.config(app), before)
+        self.choose(app, "Help", (HELP, "Language"))
+        dialog = "Select language"
+        self.screen.xdotool("windowfocus", "--sync", self.dialog(app, dialog))
+        # Dansk, Deutsch, …
+        self.screen.xdotool("key", "Home", "Down")
+        self.screen.xdotool("key", "Return")
+        self.wait_no_title(app, dialog)
+        self.assertEqual(self.config(app)["userlang"], "1")
+        app.close()
+        app = self.ready(home=home)
+        app.key("ctrl+o")
+        self.wait_title(app, "Videodatei öffnen")
+
+    def test_keypad_plus_and_minus_change_the_mosaic_at_once(self):
+        app = self.ready()
+        app.key("ctrl+u")
+        self.screen.xdotool("mousemove", 0, 0)
+        coarse = app.still_shot()
+        app.key("KP_Add")
+        app.wait_shot(lambda picture: not picture.same_as(coarse), "smaller cells")
+        app.key("KP_Subtract")
+        app.wait_shot(lambda picture: picture.same_as(coarse), "the cells before")
+
+    # --- opening and exporting by dialog
+
+    def type_file(self, app, title, path):
+        """Types a path into a file dialog and accepts it."""
+        self.screen.xdotool("windowfocus", "--sync", self.dialog(app, title))
+        self.screen.xdotool("type", path)
+
+        def accepted():
+            # The dialog swallows the key while it looks the typed name up.
+            if title in app.titles():
+                self.screen.output("xdotool", "search", "--name", "^%s$" % title, "windowfocus", "key", "Return")
+            try:
+                driver.wait_until(lambda: title not in app.titles(), "the file dialog to close", 2)
+                return True
+            except driver.Timeout:
+                return False
+        driver.wait_until(accepted, "the file dialog to take %s" % path)
+
+    def test_open_by_dialog_and_a_failure_after_it(self):
+        app = self.start()
+        app.main_window()
+        app.key("ctrl+o")
+        self.type_file(app, "Open video file", os.path.join(driver.options.media, "plain.mp4"))
+        app.wait_number(1)
+        app.key("ctrl+o")
+        self.type_file(app, "Open video file", os.path.join(driver.options.media, "text.mp4"))
+        self.key_in(app, "Error", "Return")
+        self.wait_no_title(app, "Error")
+        self.assertEqual(app.titles(), ["Tarvex Shroud"])
+        picture = app.still_shot()
+        self.assertEqual(picture.pixel(picture.width // 2, picture.height // 2), (32, 32, 32))
+
+    def test_export_by_dialog_writes_every_frame(self):
+        app = self.ready()
+        output = os.path.join(app.home, "copy")
+        app.key("ctrl+e")
+        self.type_file(app, "Export video file", output)
+        app.wait_log(r"\[VideoExportThread\] Thread destroyed")
+        self.assertEqual(self.frames_of(output + ".mp4"), 250)
+        self.assertEqual(app.titles(), [app.title()])
+
+    def test_export_to_a_place_that_takes_no_files_is_an_error_box(self):
+        app = self.ready()
+        app.key("ctrl+e")
+        self.type_file(app, "Export video file", "/proc/none.mp4")
+        self.key_in(app, "Error", "Return")
+        self.wait_no_title(app, "Error")
+        app.wait_number(1)
+
+    # --- closing
+
+    def test_nothing_closes_the_window_while_an_export_runs(self):
+        app = self.ready()
+        output = os.path.join(app.home, "whole.mp4")
+        app.key("ctrl+e")
+        self.type_file(app, "Export video file", output)
+        progress = self.dialog(app, "Export")
+        self.screen.output("wmctrl", "-i", "-c", str(progress))
+        self.screen.output("wmctrl", "-i", "-c", str(app.main_window()))
+        self.screen.output("xdotool", "windowfocus", str(progress), "key", "alt+F4")
+        self.screen.output("xdotool", "key", "ctrl+q")
+        app.wait_log(r"\[VideoExportThread\] Thread destroyed")
+        app.check_running()
+        self.wait_no_title(app, "Export")
+        self.assertEqual(self.frames_of(output), 250)
+        self.assertEqual(app.close(), 0)
+
+    def test_alt_f4_closes_the_idle_window(self):
+        app = self.ready()
+        app.key("alt+F4")
+        self.assertEqual(app.process.wait(driver.LIMIT), 0)
+        lines = app.log()
+        self.assertIn("[VideoPlayerThread] destroyed", lines)
+
+    def test_closing_while_playing_ends_at_once(self):
+        app = self.ready()
+        app.click(*app.play_button())
+        driver.wait_until(lambda: (app.number(app.shot()) or 0) > 5, "playing")
+        self.assertEqual(app.close(), 0)
+
+
+if __name__ == "__main__":
+    driver.main()
