@@ -42,19 +42,22 @@ void Tips::onTimer(wxTimerEvent&) {
     window_->SetBoundingRect(
         {canvas_->ClientToScreen(wxPoint(place.x, place.y)), wxSize(place.width, place.height)});
     window_->Bind(wxEVT_DESTROY, &Tips::onDestroy, this);
-    // It has captured the mouse, so a press on the element below arrives in its view.
-    for (wxWindow* view : window_->GetChildren())
-        view->Bind(wxEVT_LEFT_DOWN, &Tips::onPress, this);
+    // It has captured the mouse, so a click on the element below arrives in its view.
+    for (wxWindow* view : window_->GetChildren()) {
+        view->Bind(wxEVT_LEFT_DOWN, &Tips::onButton, this);
+        view->Bind(wxEVT_LEFT_UP, &Tips::onButton, this);
+    }
 }
 
-void Tips::onPress(wxMouseEvent& event) {
+void Tips::onButton(wxMouseEvent& event) {
     const auto* view = wxStaticCast(event.GetEventObject(), wxWindow);
     const wxPoint position = canvas_->ScreenToClient(view->ClientToScreen(event.GetPosition()));
     close();
-    auto* press = new wxMouseEvent(event);
-    press->SetPosition(position);
-    press->SetEventObject(canvas_);
-    canvas_->GetEventHandler()->QueueEvent(press);
+    // At once: queued, a quick release would come first.
+    wxMouseEvent passedOn(event);
+    passedOn.SetPosition(position);
+    passedOn.SetEventObject(canvas_);
+    canvas_->GetEventHandler()->ProcessEvent(passedOn);
 }
 
 void Tips::onDestroy(wxWindowDestroyEvent& event) {

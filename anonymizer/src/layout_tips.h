@@ -33,7 +33,8 @@ public:
 
 private:
     void onTimer(wxTimerEvent& event);
-    void onPress(wxMouseEvent& event);
+    /// A click that the open tip got, for the canvas below.
+    void onButton(wxMouseEvent& event);
     void onDestroy(wxWindowDestroyEvent& event);
 
     wxWindow* canvas_;

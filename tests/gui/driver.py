@@ -369,6 +369,8 @@ class GuiTest(unittest.TestCase):
         app = self.start("--video", os.path.join(options.media, name), **named)
         app.main_window()
         app.wait_log(r"Seek to frame 1$")
+        # The hint line finds its height, and the canvas its own, when the video is ready.
+        app.still_shot()
         return app
 
     def keep_picture(self, app):
