@@ -229,7 +229,10 @@ class App:
         raise AssertionError("canvas is %dx%d, not %dx%d" % (self.canvas()[2:] + (width, height)))
 
     def move_window(self, x, y):
+        """Moves the main window to another place; its canvas stands near that point afterwards."""
         self.screen.xdotool("windowmove", self.main_window(), x, y)
+        wait_until(lambda: all(0 <= now - wanted < 100 for now, wanted in zip(self.canvas(), (x, y))),
+                   "the window at its place")
 
     def shot(self):
         """The canvas as it is on the screen now."""
