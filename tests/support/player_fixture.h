@@ -17,9 +17,9 @@
 namespace test {
 
 /// Writes what it is told as lines: "start TITLE|MESSAGE|TOTAL", "update VALUE|MESSAGE", "finish".
-class RecordingProgress : public ISafeProgress {
+class EventProgress : public ISafeProgress {
 public:
-    explicit RecordingProgress(EventList& events) : events_(events) {}
+    explicit EventProgress(EventList& events) : events_(events) {}
     void start(const wxString& title, const wxString& message, int32_t total) override {
         events_.add(wxString::Format("start %s|%s|%d", title, message, total).utf8_string());
     }
@@ -100,7 +100,7 @@ protected:
 
     LogCapture log;
     EventList events;
-    RecordingProgress progress{events};
+    EventProgress progress{events};
     std::shared_ptr<ScriptedDecoder> decoder;
     // The playback thread's, from inside callbacks and the decoder's hooks; the test's once the player is
     // gone.
