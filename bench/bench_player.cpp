@@ -7,6 +7,7 @@
 #include <ctime>
 #include <mutex>
 #include <random>
+#include <thread>
 
 #include <wx/init.h>
 #include <wx/log.h>
@@ -146,11 +147,15 @@ bool measurePlayback(const bench::Options& options, const std::string& path) {
     return true;
 }
 
-/// Milliseconds from the last of `frames` to its picture.
-double seekMilliseconds(Viewer& viewer, const std::vector<int>& frames) {
+/// Milliseconds from the last of `frames` to its picture; the others come before it, `apart` one from the
+/// next.
+double seekMilliseconds(Viewer& viewer, const std::vector<int>& frames, std::chrono::milliseconds apart) {
     viewer.clear();
-    for (std::size_t i = 0; i + 1 < frames.size(); ++i)
+    for (std::size_t i = 0; i + 1 < frames.size(); ++i) {
         viewer.player().seek(frames[i]);
+        if (apart.count() > 0)
+            std::this_thread::sleep_for(apart);
+    }
     const auto before = Clock::now();
     viewer.player().seek(frames.back());
     if (!viewer.waitForFrame(frames.back()))
@@ -158,9 +163,11 @@ double seekMilliseconds(Viewer& viewer, const std::vector<int>& frames) {
     return 1e3 * secondsBetween(before, viewer.arrivals().back());
 }
 
-bool measureScrub(const bench::Options& options, const std::string& path) {
-    bench::Figure scrub{"scrub: last of 20 seeks to its picture",    "ms", {}, {}, "one bare seek", 1.2, {},
-                        "the same 15 frames on both sides, in turns"};
+bool measureScrub(const bench::Options& options, const std::string& path, std::chrono::milliseconds apart) {
+    const char* const name = apart.count() > 0 ? "scrub: last of 20 seeks at mouse speed to its picture"
+                                               : "scrub: last of 20 seeks at once to its picture";
+    bench::Figure scrub{
+        name, "ms", {}, {}, "one bare seek", 1.2, {}, "the same 15 frames on both sides, in turns"};
     Viewer viewer(path);
     if (!viewer.isOpen())
         return false;
@@ -172,8 +179,8 @@ bool measureScrub(const bench::Options& options, const std::string& path) {
         for (int k = 0; k < kBursts; ++k) {
             std::vector<int> frames(kSeeksPerBurst);
             std::generate(frames.begin(), frames.end(), [&] { return anyFrame(random); });
-            const double alone = seekMilliseconds(viewer, {frames.back()});
-            const double crowded = seekMilliseconds(viewer, frames);
+            const double alone = seekMilliseconds(viewer, {frames.back()}, apart);
+            const double crowded = seekMilliseconds(viewer, frames, apart);
             if (alone < 0 || crowded < 0)
                 return false;
             bare += alone;
@@ -193,7 +200,8 @@ int main(int argc, char** argv) {
     const wxLogNull quiet;
     const bench::Options options = bench::parseOptions(argc, argv);
     const std::string clip = options.mediaDir + "/bench_1080p30.mp4";
-    if (measureScrub(options, clip) && measurePlayback(options, clip))
+    if (measureScrub(options, clip, std::chrono::milliseconds(0)) &&
+        measureScrub(options, clip, std::chrono::milliseconds(8)) && measurePlayback(options, clip))
         return 0;
     std::fprintf(stderr, "%s can't be measured\n", clip.c_str());
     return 1;

@@ -57,6 +57,14 @@ void Decoder_ffmpeg::setInterrupt(const std::atomic<bool>* flag) {
     interrupt_ = flag;
 }
 
+void Decoder_ffmpeg::setAbandonSeek(const std::atomic<bool>* flag) {
+    abandonSeek_ = flag;
+}
+
+bool Decoder_ffmpeg::seekIsAbandoned() const {
+    return seekPending_ && abandonSeek_ && abandonSeek_->load();
+}
+
 bool Decoder_ffmpeg::open(const wxString& path) {
     close();
     path_ = path;
@@ -144,7 +152,7 @@ bool Decoder_ffmpeg::decodeNext(FrameDetails* details) {
     if (!codecContext_)
         return false;
     av_frame_unref(frame_.get());
-    while (!interrupted(this) && av_read_frame(format_.get(), packet_.get()) >= 0) {
+    while (!interrupted(this) && !seekIsAbandoned() && av_read_frame(format_.get(), packet_.get()) >= 0) {
         bool delivered = false;
         if (packet_->stream_index == streamIndex_)
             delivered = decodePacket(details);

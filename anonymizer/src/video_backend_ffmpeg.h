@@ -77,6 +77,10 @@ public:
     /// given.
     void setInterrupt(const std::atomic<bool>* flag);
 
+    /// While `*flag` is true, a `next` on its way to a seek's target gives up between two packets and returns
+    /// false; any other `next` goes on. The same rules as for `setInterrupt`.
+    void setAbandonSeek(const std::atomic<bool>* flag);
+
 private:
     struct FrameDetails {
         int64_t packetDts = 0;
@@ -87,6 +91,7 @@ private:
     };
 
     static int interrupted(void* decoder);
+    bool seekIsAbandoned() const;
     bool openFile(const wxString& path);
     bool openCodec();
     bool fail(int code);
@@ -119,6 +124,7 @@ private:
     bool variableRate_ = false;
     ffmpeg::RgbaConverter converter_;
     const std::atomic<bool>* interrupt_ = nullptr;
+    const std::atomic<bool>* abandonSeek_ = nullptr;
     wxString path_;
     wxString error_;
 };

@@ -37,6 +37,7 @@ bool VideoPlayer::open(const wxString& path, wxString& error) {
         return false;
     auto decoder = std::make_shared<Decoder_ffmpeg>();
     decoder->setInterrupt(&thread_->exitRequested);
+    decoder->setAbandonSeek(&thread_->newerSeekWaits);
     if (!decoder->open(path)) {
         error = decoder->lastError();
         return false;

@@ -50,7 +50,18 @@ void VideoPlayerThread::post(playercommand::Command command) {
         return;
     const std::lock_guard<std::mutex> lock(queueMutex_);
     queue_.push_back(command);
+    newerSeekWaits = seeking_ && seekIsNext();
     queueSignal_.Post();
+}
+
+bool VideoPlayerThread::seekIsNext() const {
+    return !queue_.empty() && playercommand::type(queue_.front()) == playercommand::kSeek;
+}
+
+void VideoPlayerThread::setSeeking(bool seeking) {
+    const std::lock_guard<std::mutex> lock(queueMutex_);
+    seeking_ = seeking;
+    newerSeekWaits = seeking_ && seekIsNext();
 }
 
 void VideoPlayerThread::wake() {
@@ -120,8 +131,7 @@ void VideoPlayerThread::serveNextCommand() {
             return;
         command = queue_.front();
         queue_.pop_front();
-        while (playercommand::type(command) == playercommand::kSeek && !queue_.empty() &&
-               playercommand::type(queue_.front()) == playercommand::kSeek) {
+        while (playercommand::type(command) == playercommand::kSeek && seekIsNext()) {
             command = queue_.front();
             queue_.pop_front();
             ++skipped;
@@ -148,11 +158,14 @@ void VideoPlayerThread::serveNextCommand() {
 void VideoPlayerThread::seek(int frame) {
     wxLogMessage("[VideoPlayerThread] Seek to frame %d", frame);
     setState(Seeking);
-    if (!decoder_->seek(frame) || !decoder_->next())
+    setSeeking(true);
+    const bool decoded = decoder_->seek(frame) && decoder_->next();
+    setSeeking(false);
+    if (!decoded)
         return;
     {
         const std::lock_guard<std::mutex> lock(queueMutex_);
-        if (!queue_.empty() && playercommand::type(queue_.front()) == playercommand::kSeek) {
+        if (seekIsNext()) {
             queueSignal_.Post();
             return;
         }

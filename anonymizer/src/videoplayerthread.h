@@ -65,6 +65,9 @@ public:
     std::atomic<bool> playing{false};
     /// Ends the thread: within one frame while it works, within 200 ms while it waits.
     std::atomic<bool> exitRequested{false};
+    /// A Seek is being carried out and another one is next in the queue: the picture on its way would be
+    /// dropped.
+    std::atomic<bool> newerSeekWaits{false};
     /// From before `Run` until after the ready callback.
     std::atomic<bool> preprocessing{false};
 
@@ -80,6 +83,10 @@ private:
     void preProcess();
     void serveNextCommand();
     void seek(int frame);
+    /// Begins or ends carrying out a Seek.
+    void setSeeking(bool seeking);
+    /// With queueMutex_ held.
+    bool seekIsNext() const;
     void playLoop(int fps);
     /// Looks at the waiting commands between two frames. False when one of them ends playing.
     bool mayPlayOn(int& fps);
@@ -99,6 +106,7 @@ private:
     std::mutex queueMutex_;
     // Guarded by queueMutex_.
     std::deque<playercommand::Command> queue_;
+    bool seeking_ = false;
     /// Posted once per command. The count may run ahead of the queue, never behind it.
     wxSemaphore queueSignal_;
 

@@ -1,4 +1,5 @@
 #include <random>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -80,6 +81,30 @@ TEST_F(VideoPlayerFile, SeekStormEndsOnTheLastPosition) {
         if (line.compare(0, 6, "frame ") == 0)
             frames.push_back(line);
     EXPECT_EQ(frames.back(), "frame 298");
+}
+
+TEST_F(VideoPlayerFile, AbandonedSeeksLeaveTheNextOneExact) {
+    for (const char* name : {"bframes.mp4", "open_gop.mp4", "fragmented.mp4", "mpeg4_bframes.mp4"}) {
+        SCOPED_TRACE(name);
+        renew();
+        openClip(name);
+        const int frames = static_cast<int>(player->info().frameCount);
+        std::mt19937 random(7);
+        std::uniform_int_distribution<int> anyFrame(1, frames);
+        for (int round = 0; round < 30; ++round) {
+            events.clear();
+            player->seek(anyFrame(random));
+            ASSERT_TRUE(events.waitFor("Seeking"));
+            // Anywhere on the way of the first one.
+            for (int turn = 0; turn < round * 200; ++turn)
+                std::this_thread::yield();
+            const int last = anyFrame(random);
+            player->seek(last);
+            ASSERT_TRUE(events.waitFor("frame " + std::to_string(last)));
+            ASSERT_TRUE(events.waitUntil([](const auto& lines) { return lines.back() == "Stopped"; }));
+            expectRightPictures();
+        }
+    }
 }
 
 TEST_F(VideoPlayerFile, RefusedFilesGiveTheirTextAndAnotherMayBeTried) {

@@ -173,6 +173,40 @@ TEST_F(VideoPlayerSeek, UnknownCommandsAreIgnored) {
     EXPECT_FALSE(thread.IsAlive());
 }
 
+TEST_F(VideoPlayerSeek, SeekOnItsWayLearnsOfTheNewerOneAtOnce) {
+    std::vector<bool> seen;
+    VideoPlayerThread thread(&progress, {[this] { return now; }, [](int64_t) {}});
+    const auto look = [&] { seen.push_back(thread.newerSeekWaits); };
+    const auto post = [&](uint32_t type, int32_t argument) {
+        thread.post(playercommand::make(type, argument));
+        look();
+    };
+    decoder->onNext = [&](int64_t frame) {
+        look();
+        if (frame == 4)
+            post(playercommand::kSeek, 6);
+        if (frame == 6) {
+            post(playercommand::kStop, 0);
+            post(playercommand::kSeek, 8); // behind another command: frame 6 is still shown
+        }
+        if (frame == 9)
+            post(playercommand::kSeek, 2); // while playing
+    };
+    thread.onFrame.set([this](std::shared_ptr<VideoPlayer::Frame> frame) {
+        events.add("frame " + std::to_string(frame->index));
+    });
+    thread.setDecoder(decoder);
+    ASSERT_EQ(thread.Run(), wxTHREAD_NO_ERROR);
+    thread.post(playercommand::make(playercommand::kSeek, 4));
+    ASSERT_TRUE(events.waitFor("frame 8"));
+    thread.post(playercommand::make(playercommand::kPlay, 25));
+    ASSERT_TRUE(events.waitFor("frame 2"));
+    thread.exitRequested = true;
+    thread.Wait();
+    EXPECT_EQ(playback(), (Lines{"frame 6", "frame 8", "frame 9", "frame 2"}));
+    EXPECT_EQ(seen, (std::vector<bool>{false, true, false, false, false, false, false, false, false}));
+}
+
 TEST_F(VideoPlayerSeek, IdleThreadNoticesTheExitFlagByItself) {
     VideoPlayerThread thread(&progress, {[this] { return now; }, [](int64_t) {}});
     thread.onReady.set([this] { events.add("thread ready"); });
