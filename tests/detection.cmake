@@ -25,10 +25,7 @@ target_link_libraries(test_darknet_models PRIVATE shroud_flags)
 target_sources(core_tests PRIVATE support/detection_pass.cpp support/figure_clip.cpp)
 target_link_libraries(core_tests PRIVATE test_ai_folder test_darknet_models)
 if(TARGET Doriq)
-  target_compile_definitions(core_tests PRIVATE SHROUD_DORIQ_PATH="$<TARGET_FILE:Doriq>")
   add_dependencies(core_tests Doriq)
-else()
-  target_compile_definitions(core_tests PRIVATE SHROUD_DORIQ_PATH="")
 endif()
 
 shroud_test_program(detector_tests SOURCES detector/darknet_cfg_test.cpp support/plain_main.cpp
@@ -36,7 +33,6 @@ shroud_test_program(detector_tests SOURCES detector/darknet_cfg_test.cpp support
 if(TARGET Doriq)
   target_sources(detector_tests PRIVATE detector/install_model_test.cpp detector/yolodetector_test.cpp)
   target_include_directories(detector_tests PRIVATE ${CMAKE_SOURCE_DIR}/anonymizer/src)
-  target_compile_definitions(detector_tests PRIVATE SHROUD_DORIQ_PATH="$<TARGET_FILE:Doriq>")
   target_link_libraries(detector_tests PRIVATE pxl_base test_ai_folder ${CMAKE_DL_LIBS})
   add_dependencies(detector_tests Doriq tarvex_shroud_install_model)
 endif()

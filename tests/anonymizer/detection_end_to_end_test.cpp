@@ -17,6 +17,7 @@
 #include "support/detection_pass.h"
 #include "support/figure_clip.h"
 #include "support/log_capture.h"
+#include "support/paths.h"
 #include "switches.h"
 #include "video_backend_ffmpeg.h"
 
@@ -57,7 +58,7 @@ double meanDifference(const pxl::Image& first, const pxl::Image& second, const R
 class DetectionEndToEnd : public testing::Test {
 protected:
     void SetUp() override {
-        const std::string library = SHROUD_DORIQ_PATH;
+        const std::string library = test::detectorLibrary();
         if (library.empty())
             GTEST_SKIP() << "the open detection library was not built";
         folder.installLibrary(library);

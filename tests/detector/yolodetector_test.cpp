@@ -11,6 +11,7 @@
 #include "pxl/image.h"
 #include "support/ai_folder.h"
 #include "support/darknet_models.h"
+#include "support/paths.h"
 
 using doriq::DetectionRecord;
 using testing::HasSubstr;
@@ -31,7 +32,7 @@ constexpr uint32_t kGrey = rgba(60, 60, 60);
 class Doriq : public testing::Test {
 protected:
     void SetUp() override {
-        handle_ = dlopen(SHROUD_DORIQ_PATH, RTLD_NOW | RTLD_LOCAL);
+        handle_ = dlopen(test::detectorLibrary().c_str(), RTLD_NOW | RTLD_LOCAL);
         ASSERT_TRUE(handle_) << dlerror();
         build = reinterpret_cast<doriq::BuildObjectDetector>(dlsym(handle_, doriq::kBuildSymbol));
         destroy = reinterpret_cast<doriq::DestroyObjectDetector>(dlsym(handle_, doriq::kDestroySymbol));

@@ -11,5 +11,7 @@ std::string mediaDir();
 std::string binDir();
 /// Top of the source tree.
 std::string sourceDir();
+/// The open detection library; empty when it was not built.
+std::string detectorLibrary();
 
 } // namespace test
