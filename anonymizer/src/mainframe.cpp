@@ -40,6 +40,7 @@ MainFrame::MainFrame(const wxString& title, const wxPoint& position, const wxSiz
     buildContents();
     enableEditing(false);
     Bind(wxEVT_CLOSE_WINDOW, &MainFrame::onClose, this);
+    Bind(wxEVT_SIZE, &MainFrame::onSize, this);
 }
 
 MainFrame::~MainFrame() {
@@ -84,6 +85,12 @@ void MainFrame::onClose(wxCloseEvent& event) {
         event.Skip();
 }
 
+void MainFrame::onSize(wxSizeEvent& event) {
+    event.Skip();
+    // The panel gets its new width when this event is through.
+    CallAfter([this] { showHint(hintShown_); });
+}
+
 bool MainFrame::refusesVideos() const {
     return worker_ != Worker::None || (player_ && player_->isPreprocessing());
 }
@@ -117,14 +124,17 @@ void MainFrame::showHint(const wxString& text) {
     hintWidth_ = width;
     hintLine_->SetLabelText(text);
     hintLine_->Wrap(width);
+    Layout();
     // The panel's size handler is empty, so nothing lays it out but this.
     bottomPanel_->Layout();
-    Layout();
 }
 
 wxInfoBarGeneric* MainFrame::addBar(const wxString& text, int icon) {
     auto* bar = new wxInfoBarGeneric(this);
     GetSizer()->Add(bar, 0, wxEXPAND);
+    // The message is wrapped to the width that the bar has when it is shown.
+    bar->SetSize(GetClientSize().x, wxDefaultCoord);
+    bar->Layout();
     bar->ShowMessage(text, icon);
     return bar;
 }

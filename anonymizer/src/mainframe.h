@@ -48,6 +48,7 @@ public:
     /// True while a dropped video must be refused: one is being pre-processed or a worker runs.
     bool refusesVideos() const;
 
+    /// Wrapped to the window's width, now and whenever that changes.
     void showHint(const wxString& text);
     /// Adds one more bar with the error icon under the picture; the user closes it.
     void showInfoBar(const wxString& text);
@@ -80,6 +81,7 @@ private:
     void onReset();
     void onChoice(int id);
     void onClose(wxCloseEvent& event);
+    void onSize(wxSizeEvent& event);
 
     void closeVideo();
     void readyVideo();

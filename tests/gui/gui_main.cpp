@@ -10,8 +10,6 @@
 #include "platform.h"
 #include "support/temp_folder.h"
 
-namespace {
-
 /// The application with its key filter, but the tests instead of the start-up and the event loop.
 class TestApp : public Anonymizer {
 public:
@@ -29,8 +27,6 @@ public:
     }
     int OnRun() override { return RUN_ALL_TESTS(); }
 };
-
-} // namespace
 
 wxIMPLEMENT_APP_NO_MAIN(TestApp);
 

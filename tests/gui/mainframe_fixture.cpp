@@ -1,6 +1,7 @@
 #include "mainframe_fixture.h"
 
 #include <mutex>
+#include <stdexcept>
 
 #include <wx/app.h>
 #include <wx/filefn.h>
@@ -86,15 +87,22 @@ void MainFrameTest::command(int id) {
     frame_->GetEventHandler()->ProcessEvent(event);
 }
 
-std::string MainFrameTest::hint() const {
+const wxStaticText& MainFrameTest::hintLine() const {
     for (wxWindow* child : frame_->GetChildren())
         if (dynamic_cast<wxPanel*>(child) && !dynamic_cast<wxInfoBarGeneric*>(child))
-            if (const wxStaticText* text = findText(child)) {
-                wxString line = text->GetLabelText();
-                line.Replace("\n", " ");
-                return line.utf8_string();
-            }
-    return "no hint line";
+            if (const wxStaticText* text = findText(child))
+                return *text;
+    throw std::logic_error("the window has no hint line");
+}
+
+std::string MainFrameTest::hint() const {
+    wxString line = hintLine().GetLabelText();
+    line.Replace("\n", " ");
+    return line.utf8_string();
+}
+
+int MainFrameTest::hintHeight() const {
+    return hintLine().GetSize().y;
 }
 
 std::vector<std::string> MainFrameTest::bars() const {

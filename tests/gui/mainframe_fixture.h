@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <wx/menu.h>
+#include <wx/stattext.h>
 
 #include "blurtrack.h"
 #include "gui_support.h"
@@ -32,6 +33,8 @@ protected:
     void command(int id);
     /// The text under the picture, as on the screen, lines joined.
     std::string hint() const;
+    /// Pixels that the text under the picture takes.
+    int hintHeight() const;
     /// Texts of the bars that are shown, top to bottom.
     std::vector<std::string> bars() const;
     size_t blurCount() const;
@@ -39,6 +42,9 @@ protected:
     void addBlur(int64_t frame) const;
     /// Number of frames in the store, the empty key 0 included.
     static size_t storedFrames();
+
+    /// The text under the picture.
+    const wxStaticText& hintLine() const;
 
     DialogAnswers dialogs_;
     LogCapture log_;

@@ -1,9 +1,14 @@
 #include "mainframe_fixture.h"
 
+#include <stdexcept>
+
 #include <gmock/gmock.h>
+#include <wx/app.h>
+#include <wx/evtloop.h>
 
 #include "commands.h"
 #include "hints.h"
+#include "logfiles.h"
 #include "settings.h"
 #include "switches.h"
 
@@ -154,13 +159,19 @@ TEST_F(MainFrameMenu, AHandEditedPreblurShowsTheFirstItemAndStays) {
     }
 }
 
-TEST_F(MainFrameMenu, TheHintLineShowsAmpersandsAndWrapsToTheWindow) {
+TEST_F(MainFrameMenu, TheHintLineShowsAmpersands) {
     setHint("Drag & drop a && b");
     EXPECT_EQ(hint(), "Drag & drop a && b");
-    frame_->SetSize(300, 400);
-    test::runPending();
+}
+
+TEST_F(MainFrameMenu, TheHintLineFollowsTheWindowsWidth) {
     setHint(hintText(kHintNoVideo));
+    const int oneLine = hintHeight();
+    frame_->SetSize(300, 400);
+    ASSERT_TRUE(test::runUntil([&] { return hintHeight() > oneLine; }));
     EXPECT_EQ(hint(), hintText(kHintNoVideo).utf8_string());
+    frame_->SetSize(800, 580);
+    ASSERT_TRUE(test::runUntil([&] { return hintHeight() == oneLine; }));
 }
 
 TEST_F(MainFrameMenu, TheKeypadDoublesAndHalvesTheMosaicWithinItsBounds) {
@@ -179,4 +190,20 @@ TEST_F(MainFrameMenu, TheKeypadDoublesAndHalvesTheMosaicWithinItsBounds) {
         EXPECT_EQ(press(WXK_NUMPAD_SUBTRACT), expected);
     for (const int other : {static_cast<int>('+'), static_cast<int>('-'), static_cast<int>(WXK_ADD)})
         EXPECT_EQ(press(other), 25);
+}
+
+TEST_F(MainFrameMenu, AnExceptionThatLeavesAHandlerEndsTheProcessWithALogLine) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(
+        {
+            logfiles::logUnhandledExceptions();
+            frame_->CallAfter([] { throw std::runtime_error("out of film"); });
+            // What the library's own entry function does around the event loop.
+            try {
+                wxGUIEventLoop().Run();
+            } catch (...) {
+                wxTheApp->OnUnhandledException();
+            }
+        },
+        "Error: Unhandled exception: out of film");
 }
