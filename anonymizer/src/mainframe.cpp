@@ -1,5 +1,6 @@
 #include "mainframe.h"
 
+#include <algorithm>
 #include <mutex>
 
 #include <wx/filename.h>
@@ -124,6 +125,10 @@ void MainFrame::showHint(const wxString& text) {
     hintWidth_ = width;
     hintLine_->SetLabelText(text);
     hintLine_->Wrap(width);
+    // In a small window the controls and a strip of picture come before the last lines of a long hint.
+    const int room = GetClientSize().y - canvas_->GetMinSize().y - 2 * kHintBorder;
+    const int wanted = bottomPanel_->GetSizer()->CalcMin().y;
+    bottomPanel_->SetMinSize(wxSize(wxDefaultCoord, std::clamp(room, 0, wanted)));
     Layout();
     // The panel's size handler is empty, so nothing lays it out but this.
     bottomPanel_->Layout();

@@ -332,6 +332,8 @@ void VideoCanvas2::Impl::release() {
 VideoCanvas2::VideoCanvas2(wxWindow* parent, wxWindowID id, const wxPoint& pos, const wxSize& size)
     : wxGLCanvas(parent, displayAttributes(), id, pos, size, 0, "GLCanvas") {
     SetBackgroundStyle(wxBG_STYLE_PAINT);
+    // In a small window the controls and a strip of picture come before a long hint.
+    SetMinSize(wxSize(wxDefaultCoord, 2 * view::kControlBarHeight));
     impl_ = std::make_unique<Impl>(*this);
 }
 
