@@ -380,6 +380,16 @@ class Shell(driver.GuiTest):
         app.key("ctrl+o")
         self.wait_title(app, "Videodatei öffnen")
 
+    def test_the_systems_language_is_taken_when_it_has_texts_and_english_otherwise(self):
+        for language, title in (("de", "Videodatei öffnen"), ("de_AT:en", "Videodatei öffnen"),
+                                ("eo", "Open video file")):
+            app = self.start(env={"LANGUAGE": language})
+            app.main_window()
+            app.key("ctrl+o")
+            self.key_in(app, title, "Escape")
+            self.wait_no_title(app, title)
+            self.assertEqual(app.close(), 0)
+
     def test_keypad_plus_and_minus_change_the_mosaic_at_once(self):
         app = self.ready()
         app.key("ctrl+u")
