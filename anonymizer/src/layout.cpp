@@ -286,8 +286,11 @@ MouseResult Layout::mouse(const MouseInput& input) {
 }
 
 void Layout::hover(int element) {
-    for (int i = 0; i < count(); ++i)
-        find(i)->state.hovered = i == element;
+    for (int i = 0; i < count(); ++i) {
+        ElementState& state = find(i)->state;
+        state.hovered = i == element;
+        state.wasPressed = state.wasPressed && state.hovered;
+    }
 }
 
 void Layout::press(int element, const MouseInput& input, MouseResult& result) {
@@ -295,6 +298,7 @@ void Layout::press(int element, const MouseInput& input, MouseResult& result) {
     if (!found || !found->state.enabled)
         return;
     found->state.pressed = true;
+    found->state.wasPressed = true;
     if (found->kind != Kind::Slider)
         return;
     result.changed = true;
@@ -350,7 +354,7 @@ std::optional<Tip> Layout::tip() const {
     if (!visible_ || pressIsHeld())
         return std::nullopt;
     for (const Element& element : elements_)
-        if (element.state.hovered && !element.tip.empty())
+        if (element.state.hovered && !element.state.wasPressed && !element.tip.empty())
             return Tip{element.tip, element.geometry};
     return std::nullopt;
 }

@@ -154,7 +154,8 @@ public:
     /// Takes a mouse event; pass every event to every list, `Leave` too.
     MouseResult mouse(const MouseInput& input);
 
-    /// The tool tip of the element under the mouse. None while something is pressed.
+    /// The tool tip of the element under the mouse. None while something is pressed, nor for an element that
+    /// was pressed since the mouse came in: whoever uses it knows it, and a tip takes the mouse.
     std::optional<Tip> tip() const;
 
     /// Centre of the slider's knob, of radius `kKnobRadius`.
@@ -177,6 +178,8 @@ private:
         bool pressed = false;
         bool dragging = false;
         bool enabled = true;
+        /// Pressed since the mouse came in: no tool tip before it has left.
+        bool wasPressed = false;
     };
     struct ElementImage {
         Picture picture;

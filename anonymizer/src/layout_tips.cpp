@@ -14,7 +14,7 @@ Tips::~Tips() {
 }
 
 void Tips::update(const std::optional<Tip>& wanted) {
-    if (window_ && wanted == wanted_)
+    if (wanted == wanted_ && (window_ || shown_))
         return;
     close();
     wanted_ = wanted;
@@ -25,6 +25,7 @@ void Tips::update(const std::optional<Tip>& wanted) {
 void Tips::close() {
     timer_.Stop();
     wanted_.reset();
+    shown_ = false;
     if (!window_)
         return;
     window_->Unbind(wxEVT_DESTROY, &Tips::onDestroy, this);
@@ -35,6 +36,13 @@ void Tips::close() {
 void Tips::onTimer(wxTimerEvent&) {
     if (!wanted_ || !canvas_->IsShownOnScreen())
         return;
+    if (window_) {
+        const std::optional<Tip> tip = wanted_;
+        close();
+        wanted_ = tip;
+        shown_ = true;
+        return;
+    }
     const Geometry& place = wanted_->geometry;
     // The window sets the pointer to null when it closes, whoever closes it, and destroys itself a little
     // later.
@@ -47,6 +55,7 @@ void Tips::onTimer(wxTimerEvent&) {
         view->Bind(wxEVT_LEFT_DOWN, &Tips::onButton, this);
         view->Bind(wxEVT_LEFT_UP, &Tips::onButton, this);
     }
+    timer_.StartOnce(kShowMilliseconds);
 }
 
 void Tips::onButton(wxMouseEvent& event) {

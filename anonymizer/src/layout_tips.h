@@ -17,6 +17,8 @@ class Tips : public wxEvtHandler {
 public:
     /// How long the mouse rests before a tip opens.
     static constexpr int kDelayMilliseconds = 600;
+    /// How long a tip stays: while it is open it keeps the mouse, and the window can't be closed.
+    static constexpr int kShowMilliseconds = 5000;
     /// Tips wrap at this width, in logical pixels.
     static constexpr int kMaxWidth = 150;
 
@@ -40,6 +42,8 @@ private:
     wxWindow* canvas_;
     wxTimer timer_;
     std::optional<Tip> wanted_;
+    /// The tip asked for has been shown to its end.
+    bool shown_ = false;
     /// Destroys itself, also when the system closes it.
     wxTipWindow* window_ = nullptr;
 };

@@ -125,6 +125,6 @@ void MainFrame::readyVideo() {
             OnAI(none);
         });
     });
-    for (const wxString& notice : noticesFor(info))
+    for (const wxString& notice : noticesFor(info, player_->hasVariableRate()))
         notices_.push_back(addBar(notice, wxICON_WARNING));
 }

@@ -14,9 +14,9 @@ namespace {
 constexpr double kToleratedSeconds = 2.0;
 constexpr double kToleratedShare = 0.05;
 
-/// Frames that are unevenly spaced, or missing, need another time than their number divided by the rate.
-bool isUnevenlySpaced(const video::VideoInfo& info) {
-    if (!(info.fps > 0) || !std::isfinite(info.fps) || info.durationSec <= 0)
+/// Frames are missing, or spread over another time than their number divided by the rate.
+bool needsAnotherTime(const video::VideoInfo& info) {
+    if (info.durationSec <= 0)
         return false;
     const double evenSeconds = static_cast<double>(info.frameCount) / info.fps;
     const double statedSeconds = static_cast<double>(info.durationSec);
@@ -26,13 +26,14 @@ bool isUnevenlySpaced(const video::VideoInfo& info) {
 
 } // namespace
 
-std::vector<wxString> noticesFor(const video::VideoInfo& info) {
+std::vector<wxString> noticesFor(const video::VideoInfo& info, bool variableRate) {
     std::vector<wxString> notices;
     if (info.width > 0 && info.height > 0 &&
         mosaicBlockSize(info.width, info.height, kExportBlurDivisor) <= 1)
         notices.push_back(
             _("This video is too small to hide anything: a cell of the mosaic is a single pixel."));
-    if (isUnevenlySpaced(info))
+    const bool rateIsKnown = info.fps > 0 && std::isfinite(info.fps);
+    if (rateIsKnown && (variableRate || needsAnotherTime(info)))
         notices.push_back(
             wxString::Format(_("This video has a variable frame rate or is incomplete. It is played and "
                                "exported evenly, at %.4g frames per second."),

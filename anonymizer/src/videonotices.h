@@ -6,5 +6,6 @@
 
 #include "video_backend.h"
 
-/// What the user should know about a video before relying on it, in words; usually nothing.
-std::vector<wxString> noticesFor(const video::VideoInfo& info);
+/// What the user should know about a video before relying on it, in words; usually nothing. `variableRate`:
+/// the scan found frames that are not evenly spaced in time.
+std::vector<wxString> noticesFor(const video::VideoInfo& info, bool variableRate);

@@ -221,10 +221,15 @@ TEST_F(LayoutButtons, TipBelongsToTheElementUnderTheMouse) {
     EXPECT_FALSE(layout_.tip().has_value()) << "the slider has none";
 }
 
-TEST_F(LayoutButtons, NoTipWhileSomethingIsPressed) {
+TEST_F(LayoutButtons, PressedElementHasNoTipUntilTheMouseComesBack) {
     press(5, 5);
     EXPECT_FALSE(layout_.tip().has_value());
     release(5, 5);
+    EXPECT_FALSE(layout_.tip().has_value());
+    move(6, 6);
+    EXPECT_FALSE(layout_.tip().has_value());
+    move(110, 2);
+    move(5, 5);
     EXPECT_TRUE(layout_.tip().has_value());
 }
 

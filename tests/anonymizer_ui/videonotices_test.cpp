@@ -19,38 +19,43 @@ video::VideoInfo evenVideo() {
 } // namespace
 
 TEST(VideoNotices, AnOrdinaryVideoHasNone) {
-    EXPECT_TRUE(noticesFor(evenVideo()).empty());
+    EXPECT_TRUE(noticesFor(evenVideo(), false).empty());
 }
 
 TEST(VideoNotices, CellsOfOnePixelAreTold) {
     video::VideoInfo info = evenVideo();
     info.height = 99;
-    ASSERT_EQ(noticesFor(info).size(), 1u);
-    EXPECT_TRUE(noticesFor(info)[0].Contains("too small"));
+    ASSERT_EQ(noticesFor(info, false).size(), 1u);
+    EXPECT_TRUE(noticesFor(info, false)[0].Contains("too small"));
     info.height = 100;
-    EXPECT_TRUE(noticesFor(info).empty());
+    EXPECT_TRUE(noticesFor(info, false).empty());
 }
 
 TEST(VideoNotices, UnevenlySpacedFramesAreToldWithTheRateInForce) {
     video::VideoInfo info = evenVideo();
     info.fps = 60;
-    ASSERT_EQ(noticesFor(info).size(), 1u);
-    EXPECT_TRUE(noticesFor(info)[0].Contains("60 frames per second"));
+    ASSERT_EQ(noticesFor(info, false).size(), 1u);
+    EXPECT_TRUE(noticesFor(info, false)[0].Contains("60 frames per second"));
+}
+
+TEST(VideoNotices, UnevenlySpacedFramesOfTheRightTotalTimeAreToldToo) {
+    ASSERT_EQ(noticesFor(evenVideo(), true).size(), 1u);
+    EXPECT_TRUE(noticesFor(evenVideo(), true)[0].Contains("25 frames per second"));
 }
 
 TEST(VideoNotices, SoundThatOutlastsThePicturesALittleIsNothing) {
     video::VideoInfo info = evenVideo();
     info.durationSec = 12;
-    EXPECT_TRUE(noticesFor(info).empty());
+    EXPECT_TRUE(noticesFor(info, false).empty());
 }
 
 TEST(VideoNotices, UnknownRatesAndDurationsAreNothing) {
     video::VideoInfo info = evenVideo();
     info.fps = std::numeric_limits<double>::quiet_NaN();
-    EXPECT_TRUE(noticesFor(info).empty());
+    EXPECT_TRUE(noticesFor(info, true).empty());
     info.fps = std::numeric_limits<double>::infinity();
-    EXPECT_TRUE(noticesFor(info).empty());
+    EXPECT_TRUE(noticesFor(info, false).empty());
     info = evenVideo();
     info.durationSec = 0;
-    EXPECT_TRUE(noticesFor(info).empty());
+    EXPECT_TRUE(noticesFor(info, false).empty());
 }

@@ -170,7 +170,9 @@ class App:
             raise AssertionError("the program ended with %s:\n%s" % (self.process.returncode, self.console()))
 
     def close(self):
-        """Closes the window as a user does and returns the exit code."""
+        """Closes the window as a user does and returns the exit code. A tool tip keeps the mouse, and the
+        window from being closed, so the mouse goes away first."""
+        self.screen.xdotool("mousemove", 1, 1)
         self.screen.output("wmctrl", "-i", "-c", str(self.main_window()))
         return self.process.wait(timeout=LIMIT)
 
@@ -270,8 +272,10 @@ class App:
         self.screen.xdotool("mouseup", 1)
 
     def click(self, x, y):
+        """As long as a person's click."""
         self.move(x, y)
         self.press()
+        time.sleep(0.05)
         self.release()
 
     def drag(self, points, steps=8):

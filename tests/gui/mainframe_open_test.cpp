@@ -107,7 +107,7 @@ TEST_F(MainFrameOpen, ToolsAreOffFromTheStartOfAnOpenToReady) {
 
 TEST_F(MainFrameOpen, AReadyOfAnEarlierVideoDoesNotActOnALaterOne) {
     openReady("plain.mp4");
-    frame_->openVideo(clip("bench_1080p30.mp4"));
+    frame_->openVideo(clip("sample.mp4"));
     frame_->onReady(1);
     EXPECT_FALSE(isReady());
     EXPECT_TRUE(test::runUntil([this] { return isReady(); }));
@@ -128,7 +128,7 @@ TEST_F(MainFrameOpen, OpeningManyTimesInARowEndsWithTheLast) {
 }
 
 TEST_F(MainFrameOpen, AFailureDuringPreprocessingLeavesNoProgressDialog) {
-    frame_->openVideo(clip("bench_1080p30.mp4"));
+    frame_->openVideo(clip("sample.mp4"));
     ASSERT_TRUE(test::runUntil([this] { return !frame_->IsEnabled(); })) << "the dialog disables the window";
     frame_->openVideo(clip("text.mp4"));
     test::runPending();
@@ -139,7 +139,7 @@ TEST_F(MainFrameOpen, AFailureDuringPreprocessingLeavesNoProgressDialog) {
 TEST_F(MainFrameOpen, ClosingDuringPreprocessingEndsAtOnce) {
     auto* second = new MainFrame("Second", wxDefaultPosition, wxSize(800, 580));
     second->Show();
-    second->openVideo(clip("bench_1080p30_minute.mp4"));
+    second->openVideo(clip("sample.mp4"));
     test::runPending();
     second->Destroy();
     test::runPending();
@@ -188,12 +188,12 @@ TEST_F(MainFrameOpen, ADropThatIsNoVideoAfterAllIsAnError) {
 }
 
 TEST_F(MainFrameOpen, ADropDuringPreprocessingIsRefusedSilently) {
-    frame_->openVideo(clip("bench_1080p30.mp4"));
+    frame_->openVideo(clip("sample.mp4"));
     EXPECT_FALSE(drop({clip("plain.mp4").utf8_string()}));
     EXPECT_TRUE(bars().empty());
     EXPECT_TRUE(dialogs_.boxes.empty());
     ASSERT_TRUE(test::runUntil([this] { return isReady(); }));
-    EXPECT_EQ(title(), "Tarvex Shroud - " + clip("bench_1080p30.mp4").utf8_string());
+    EXPECT_EQ(title(), "Tarvex Shroud - " + clip("sample.mp4").utf8_string());
     EXPECT_TRUE(test::runUntil([this] { return !frame_->refusesVideos(); }));
     EXPECT_TRUE(drop({clip("plain.mp4").utf8_string()}));
 }
