@@ -76,7 +76,7 @@ ExportWorker::Outcome ExportWorker::exportVideo() {
     progress_->start(_("Export"), wxString::Format(_("Exporting video %s"), outputPath_),
                      static_cast<int32_t>(source_.frameCount));
     if (mosaicBlockSize(source_.width, source_.height, kExportBlurDivisor) == 1)
-        wxLogWarning("[VideoExportThread] The picture is too small: mosaic cells of one pixel hide nothing");
+        wxLogMessage("[VideoExportThread] The picture is too small: mosaic cells of one pixel hide nothing");
 
     bool cancelled = false;
     std::exception_ptr error;
