@@ -246,6 +246,24 @@ Network readNetwork(const std::string& cfg) {
     }
 }
 
+std::string withAllBoxes(const std::string& cfg) {
+    std::string result;
+    std::istringstream lines(cfg);
+    bool inYolo = false;
+    for (std::string line; std::getline(lines, line);) {
+        const std::string compact = withoutBlanks(line);
+        const std::string key = compact.substr(0, compact.find('='));
+        if (!compact.empty() && compact[0] == '[')
+            inYolo = compact == "[yolo]";
+        else if (inYolo && (key == "thresh" || key == "nms_threshold"))
+            continue;
+        result += line + '\n';
+        if (compact == "[yolo]")
+            result += "thresh=0\nnms_threshold=0\n";
+    }
+    return result;
+}
+
 std::string weightsProblem(const Network& network, const std::string& start, int64_t fileBytes) {
     // Three 32-bit version numbers, then the count of training pictures, 32 bits wide in old files.
     int32_t version[2] = {0, 0};

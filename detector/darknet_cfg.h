@@ -27,6 +27,10 @@ struct Network {
 /// Reads the text of a .cfg file. Any text is survived.
 Network readNetwork(const std::string& cfg);
 
+/// The text with every [yolo] section told to report all boxes, however improbable or alike. Without that the
+/// section's own threshold, a fifth when it names none, comes before the caller's.
+std::string withAllBoxes(const std::string& cfg);
+
 /// Why a .weights file can't belong to the network, in words for the user; empty when it fits.
 /// `start` is the beginning of the file, kWeightsHeaderBytes or the whole of a shorter file; `fileBytes` its
 /// size.

@@ -34,9 +34,10 @@ int32_t nearest(float value, int32_t length) {
 } // namespace
 
 YoloDetector::YoloDetector(const std::string& cfgPath, const std::string& weightsPath, bool gpu) {
-    const std::vector<char> cfg = readFile(cfgPath);
+    const std::vector<char> cfgFile = readFile(cfgPath);
+    const std::string cfg(cfgFile.begin(), cfgFile.end());
     const std::vector<char> weights = readFile(weightsPath);
-    const darknet::Network network = darknet::readNetwork(std::string(cfg.begin(), cfg.end()));
+    const darknet::Network network = darknet::readNetwork(cfg);
     if (!network.problem.empty())
         throw std::runtime_error(cfgPath + ": " + network.problem);
     const auto headerBytes = std::min<size_t>(weights.size(), darknet::kWeightsHeaderBytes);
@@ -45,7 +46,8 @@ YoloDetector::YoloDetector(const std::string& cfgPath, const std::string& weight
     if (!problem.empty())
         throw std::runtime_error(weightsPath + ": " + problem);
 
-    net_ = cv::dnn::readNetFromDarknet(cfg.data(), cfg.size(), weights.data(), weights.size());
+    const std::string reported = darknet::withAllBoxes(cfg);
+    net_ = cv::dnn::readNetFromDarknet(reported.data(), reported.size(), weights.data(), weights.size());
     inputSize_ = cv::Size(network.width, network.height);
     classes_ = network.classes;
     outputNames_ = net_.getUnconnectedOutLayersNames();

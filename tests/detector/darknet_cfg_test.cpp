@@ -83,6 +83,14 @@ TEST(DarknetCfg, SaysWhatIsWrong) {
                 HasSubstr("differs"));
 }
 
+TEST(DarknetCfg, EveryYoloSectionIsToldToReportAllBoxes) {
+    EXPECT_EQ(darknet::withAllBoxes("[net]\nthresh=1\n[yolo]\n thresh = .5\nnum=3\nnms_threshold=0.4\n"
+                                    "[route]\nthresh=2\n[ yolo ]\r\nnum=3"),
+              "[net]\nthresh=1\n[yolo]\nthresh=0\nnms_threshold=0\nnum=3\n"
+              "[route]\nthresh=2\n[ yolo ]\r\nthresh=0\nnms_threshold=0\nnum=3\n");
+    EXPECT_EQ(darknet::withAllBoxes(""), "");
+}
+
 TEST(DarknetCfg, SurvivesEveryCutAndEveryDamagedByte) {
     const std::string cfg = test::yolov4Tiny(64, 2).cfg;
     for (size_t length = 0; length < cfg.size(); length += 7)

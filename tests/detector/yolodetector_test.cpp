@@ -152,6 +152,28 @@ TEST_F(Doriq, TheThresholdDecides) {
     EXPECT_THAT(detect(image, 0.95f), IsEmpty());
 }
 
+TEST_F(Doriq, NothingAboveTheCallersThresholdIsLostToTheModelsOwn) {
+    auto model = test::colourModel({0.11f, 0.19f, 0.09f});
+    for (const char* own : {"", "thresh=.7\nnms_threshold = 0.01\n"}) {
+        SCOPED_TRACE(own);
+        auto stricter = model;
+        stricter.cfg += own;
+        install(stricter);
+        detector = make();
+        ASSERT_TRUE(detector);
+        pxl::Image image = greyPicture(640, 360);
+        paintCell(image, 3, 7, kRed);
+        paintCell(image, 9, 4, kGreen);
+        paintCell(image, 15, 12, kBlue);
+        const auto found = detect(image);
+        ASSERT_THAT(found, SizeIs(2));
+        EXPECT_NEAR(found[0].probability, 0.19f, 0.001f);
+        EXPECT_NEAR(found[1].probability, 0.11f, 0.001f);
+        destroy(detector);
+        detector = nullptr;
+    }
+}
+
 TEST_F(Doriq, OfOverlappingHitsOfOneClassOneStays) {
     install(test::colourModel());
     detector = make();

@@ -103,9 +103,8 @@ std::string classNames(int32_t count) {
     return names;
 }
 
-DarknetModel colourModel() {
+DarknetModel colourModel(const std::array<float, 3>& probability) {
     constexpr int32_t kClasses = 3;
-    const float probability[kClasses] = {0.9f, 0.7f, 0.8f};
     Writer writer(8 * kColourModelCells, 8 * kColourModelCells, "8,16, 16,8, 8,8", kClasses, kClasses);
     writer.text("\n[maxpool]\nsize=8\nstride=8\npadding=0\n");
     writer.convolutionText(kClasses * (5 + kClasses), 1, 1, "linear", false);
@@ -124,7 +123,7 @@ DarknetModel colourModel() {
             filter(0, box, 0);
         filter(-30, box, 100);
         for (int32_t classId = 0; classId < kClasses; ++classId)
-            filter(classId == box ? logit(probability[box]) : -30.0f, box, 0);
+            filter(classId == box ? logit(probability[static_cast<size_t>(box)]) : -30.0f, box, 0);
     }
     writer.floats(biases);
     writer.floats(weights);
