@@ -32,6 +32,8 @@ struct ResidentLibrary : wxDynamicLibrary {
 ResidentLibrary detectorLibrary;
 doriq::BuildObjectDetector buildDetector = nullptr;
 doriq::DestroyObjectDetector destroyDetector = nullptr;
+/// Where the library and the model lie.
+wxString aiFolder;
 
 // Used by the thread of the running pass.
 doriq::ObjectDetector* detector = nullptr;
@@ -169,7 +171,7 @@ void init() {
     destroyDetector = nullptr;
     detectorLibrary.Unload();
 
-    const wxString aiFolder = folder();
+    aiFolder = folder();
     wxArrayString found;
     for (const wxString& name : libraryNames())
         if (const wxString path = aiFolder + wxFILE_SEP_PATH + name; wxFileExists(path))
@@ -224,7 +226,7 @@ void buildDetectors(bool gpu) {
     if (!available())
         return;
 
-    const wxString modelFolder = below(folder(), {"Resources", "yolov4-tiny"});
+    const wxString modelFolder = below(aiFolder, {"Resources", "yolov4-tiny"});
     wxDir models;
     if (!wxDirExists(modelFolder) || !models.Open(modelFolder)) {
         wxLogMessage("[AI] Could not find object detector models");

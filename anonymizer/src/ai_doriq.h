@@ -28,8 +28,9 @@ wxString folder();
 /// The place where `folder` looks first and where a library and a model belong.
 wxString ownFolder();
 
-/// Finds and loads the detection library. Called once at start-up, on the user-interface thread; what it
-/// found is logged and nothing else. Calling it again forgets the library found before.
+/// Finds and loads the detection library; the model is taken from the same folder. Called once at start-up,
+/// on the user-interface thread; what it found is logged and nothing else. Calling it again forgets the
+/// library found before.
 void init();
 
 /// True when `init` found both functions of the library. Says nothing about the model.

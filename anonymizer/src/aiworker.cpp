@@ -87,7 +87,8 @@ wxThread::ExitCode AiWorker::Entry() {
     progress_->start("Tarvex AI", _("Initializing"), progressValue(source_.frameCount));
 
     int64_t counter = 0;
-    const bool completed = decoder && guarded([&] { fillStore(decoder, interrupt, counter); });
+    bool completed = false;
+    guarded([&] { completed = fillStore(decoder, interrupt, counter); });
 
     progress_->update(progressValue(counter), _("Cleaning up"));
     const bool hadDetector = ai::ready();
@@ -100,7 +101,7 @@ wxThread::ExitCode AiWorker::Entry() {
     return nullptr;
 }
 
-void AiWorker::fillStore(const std::shared_ptr<video::Decoder>& decoder, std::atomic<bool>& interrupt,
+bool AiWorker::fillStore(const std::shared_ptr<video::Decoder>& decoder, std::atomic<bool>& interrupt,
                          int64_t& counter) {
     const bool gpu = overrides_.gpu ? *overrides_.gpu : settings::readBool(settings::kGpu);
     const int32_t preblurSeconds =
@@ -108,8 +109,19 @@ void AiWorker::fillStore(const std::shared_ptr<video::Decoder>& decoder, std::at
     ai::buildDetectors(gpu);
     progress_->update(0, _("Detecting"));
 
-    auto lastReport = Clock::now();
     const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
+    // What was found before an exception is extended like everything else.
+    const bool completed = decoder && guarded([&] { detectFrames(decoder, interrupt, counter); });
+    if (preblurSeconds >= 1) {
+        progress_->update(progressValue(counter), _("Post-processing"));
+        preblur::extendBackward(counter, preblur::lifeInFrames(preblurSeconds, source_.fps));
+    }
+    return completed;
+}
+
+void AiWorker::detectFrames(const std::shared_ptr<video::Decoder>& decoder, std::atomic<bool>& interrupt,
+                            int64_t& counter) {
+    auto lastReport = Clock::now();
     // Decoding goes on while the detector works.
     DecodeAhead source(decoder, source_.width, source_.height, interrupt);
     while (const DecodeAhead::Picture* picture = source.next()) {
@@ -128,9 +140,5 @@ void AiWorker::fillStore(const std::shared_ptr<video::Decoder>& decoder, std::at
             lastReport = now;
         }
         ++counter;
-    }
-    if (preblurSeconds >= 1) {
-        progress_->update(progressValue(counter), _("Post-processing"));
-        preblur::extendBackward(counter, preblur::lifeInFrames(preblurSeconds, source_.fps));
     }
 }

@@ -54,10 +54,14 @@ protected:
     ExitCode Entry() override;
 
 private:
-    /// Detection and extension, with the store's mutex held. `counter` is the number of frames looked at,
-    /// right also when this throws.
-    void fillStore(const std::shared_ptr<video::Decoder>& decoder, std::atomic<bool>& interrupt,
+    /// Detection and extension, with the store's mutex held. False when an exception ended the detection;
+    /// what was found is extended all the same. `counter` is the number of frames looked at, right also when
+    /// this throws.
+    bool fillStore(const std::shared_ptr<video::Decoder>& decoder, std::atomic<bool>& interrupt,
                    int64_t& counter);
+    /// Expects the caller to hold the store's mutex.
+    void detectFrames(const std::shared_ptr<video::Decoder>& decoder, std::atomic<bool>& interrupt,
+                      int64_t& counter);
 
     std::function<void()> done_;
     video::VideoInfo source_;

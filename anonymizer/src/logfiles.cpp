@@ -77,11 +77,12 @@ wxString nameFor(const wxDateTime& start) {
 }
 
 void logTo(const wxString& path) {
-    if (path.empty())
-        return;
-    std::FILE* file = wxFopen(path, "a");
+    std::FILE* file = path.empty() ? nullptr : wxFopen(path, "a");
     if (!file) {
-        wxLogError(_("Log file %s could not be opened"), path);
+        // What would be lines in a file are boxes on the screen now.
+        wxLog::SetLogLevel(wxLOG_Error);
+        if (!path.empty())
+            wxLogError(_("Log file %s could not be opened"), path);
         return;
     }
     auto target = std::make_unique<wxLogStderr>(file, wxConvUTF8);

@@ -99,6 +99,19 @@ TEST_F(AiDoriq, AFolderOfTheOlderNameServesToo) {
     EXPECT_TRUE(ai::available());
 }
 
+TEST_F(AiDoriq, TheModelIsTakenFromTheFolderThatTheLibraryCameFrom) {
+    std::filesystem::create_directories(folder.olderPath());
+    std::filesystem::copy_file(test::testLibrary("fake_doriq"), folder.olderPath() + "/Doriq.so");
+    const std::string model = folder.olderPath() + "/Resources/yolov4-tiny/model";
+    test::writeFile(model + ".names", "person\n");
+    test::writeFile(model + ".cfg", "");
+    test::writeFile(model + ".weights", "");
+    ai::init();
+    std::filesystem::create_directories(folder.path());
+    ai::buildDetectors(false);
+    EXPECT_TRUE(ai::ready());
+}
+
 TEST_F(AiDoriq, TheProductsFolderWinsEvenWithoutALibrary) {
     std::filesystem::create_directories(folder.path());
     std::filesystem::create_directories(folder.olderPath());

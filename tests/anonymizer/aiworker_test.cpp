@@ -229,6 +229,20 @@ TEST_F(AiWorkerPass, AnExceptionReleasesTheStoreAndStillCleansUp) {
     EXPECT_THAT(at(1), SizeIs(1));
 }
 
+TEST_F(AiWorkerPass, WhatWasFoundBeforeAnExceptionIsStillExtended) {
+    install("hit 60 10 20 30 40 0.5 0\n");
+    progress.onCall = [&](const ProgressCall& call) {
+        if (isSpeed(call) && call.value == 100)
+            throw std::bad_alloc();
+    };
+    AiOverrides overrides;
+    overrides.preblurSeconds = 1;
+    test::runPass(source, progress, overrides);
+    EXPECT_EQ(storedCount(), 26u);
+    expectEntry(at(35)[0], 10, 20, 30, 40, 50);
+    EXPECT_TRUE(storeIsFree());
+}
+
 TEST_F(AiWorkerPass, AStopRequestEndsTheDetectionAndPostProcessesWhatWasFound) {
     install("hit 2 10 20 30 40 0.5 0\n");
     std::promise<void> firstFrame;

@@ -45,6 +45,16 @@ protected:
     test::LogCapture log_;
 };
 
+/// What a test does to the level of the log ends with it.
+class KeptLogLevel {
+public:
+    KeptLogLevel() = default;
+    ~KeptLogLevel() { wxLog::SetLogLevel(level_); }
+
+private:
+    wxLogLevel level_ = wxLog::GetLogLevel();
+};
+
 void fail() {
     throw std::runtime_error("out of film");
 }
@@ -144,11 +154,26 @@ TEST(LogTarget, LinesAreAppendedInUtf8WithATimeStamp) {
                               "\u00e4\u4e2d.mp4\n"));
 }
 
-TEST(LogTarget, AFileThatCannotBeOpenedLeavesTheTargetBefore) {
+TEST(LogTarget, AFileThatCannotBeOpenedIsAnErrorOnTheTargetBefore) {
+    const KeptLogLevel level;
     test::LogCapture log;
     logfiles::logTo("/no/such/folder/run.log");
     EXPECT_EQ(log.lines(wxLOG_Error),
               std::vector<std::string>{"Log file /no/such/folder/run.log could not be opened"});
+}
+
+TEST(LogTarget, WithoutAFileOnlyErrorsReachTheUser) {
+    for (const char* path : {"", "/no/such/folder/run.log"}) {
+        const KeptLogLevel level;
+        test::LogCapture log;
+        logfiles::logTo(path);
+        const size_t before = log.lines().size();
+        wxLogMessage("[VideoPlayerThread] Thread created");
+        wxLogWarning("slow");
+        EXPECT_EQ(log.lines().size(), before) << path;
+        wxLogError("broken");
+        EXPECT_EQ(log.lines().back(), "broken");
+    }
 }
 
 TEST(LogTarget, AnUncaughtExceptionLeavesALineAndEndsTheProcess) {
