@@ -21,8 +21,7 @@ uint64_t STDIOFile::size() {
     if (!stdio64::seek(handle_.get(), 0, SEEK_END))
         return 0;
     const int64_t end = tell();
-    seek(position);
-    return static_cast<uint64_t>(end);
+    return stdio64::seek(handle_.get(), position, SEEK_SET) ? static_cast<uint64_t>(end) : 0;
 }
 
 int64_t STDIOFile::tell() {
@@ -39,6 +38,10 @@ uint64_t STDIOFile::read(uint8_t* buffer, uint64_t count) {
 
 uint64_t STDIOFile::write(const uint8_t* buffer, uint64_t count) {
     return std::fwrite(buffer, 1, cutToSize(count), handle_.get());
+}
+
+bool STDIOFile::hasFailed() const {
+    return std::ferror(handle_.get()) != 0;
 }
 
 std::shared_ptr<File> openFile(const std::string& path) {

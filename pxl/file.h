@@ -35,6 +35,9 @@ public:
     uint64_t read(uint8_t* buffer, uint64_t count) override;
     uint64_t write(const uint8_t* buffer, uint64_t count) override;
 
+    /// True once a read or a write came to a bad end, which is more than the end of the file.
+    bool hasFailed() const;
+
 private:
     struct Close {
         void operator()(std::FILE* handle) const noexcept { std::fclose(handle); }

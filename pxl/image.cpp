@@ -18,11 +18,16 @@ void Image::Free::operator()(uint32_t* memory) const noexcept {
     std::free(memory);
 }
 
-Image::Image(int32_t imageWidth, int32_t imageHeight) : Image(uninitialised(imageWidth, imageHeight)) {
+Image::Image(int32_t imageWidth, int32_t imageHeight)
+    : Image(allocated(imageWidth, imageHeight, Content::Undefined)) {
     std::fill_n(pixels, pixelCount(), kOpaqueBlack);
 }
 
-Image Image::uninitialised(int32_t imageWidth, int32_t imageHeight) {
+Image Image::zeroed(int32_t width, int32_t height) {
+    return allocated(width, height, Content::Zero);
+}
+
+Image Image::allocated(int32_t imageWidth, int32_t imageHeight, Content content) {
     Image image;
     if (imageWidth < 1 || imageHeight < 1)
         return image;
@@ -30,7 +35,10 @@ Image Image::uninitialised(int32_t imageWidth, int32_t imageHeight) {
     const auto rows = static_cast<std::size_t>(imageHeight);
     if (columns > std::numeric_limits<std::size_t>::max() / sizeof(uint32_t) / rows)
         throw std::bad_alloc();
-    image.owned_.reset(static_cast<uint32_t*>(std::malloc(columns * rows * sizeof(uint32_t))));
+    const std::size_t count = columns * rows;
+    void* const memory = content == Content::Zero ? std::calloc(count, sizeof(uint32_t))
+                                                  : std::malloc(count * sizeof(uint32_t));
+    image.owned_.reset(static_cast<uint32_t*>(memory));
     if (!image.owned_)
         throw std::bad_alloc();
     image.width = imageWidth;
@@ -62,7 +70,7 @@ Image Image::view(int32_t width, int32_t height, uint32_t* pixels) {
 }
 
 Image Image::clone() const {
-    Image copy = uninitialised(width, height);
+    Image copy = allocated(width, height, Content::Undefined);
     if (!copy.empty())
         std::memcpy(copy.pixels, pixels, byteCount());
     return copy;

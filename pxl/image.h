@@ -26,6 +26,9 @@ struct Image {
     Image(Image&& other) noexcept;
     Image& operator=(Image&& other) noexcept;
 
+    /// The same with all bytes 0.
+    static Image zeroed(int32_t width, int32_t height);
+
     /// A picture over memory that the caller keeps alive; nothing is copied or freed.
     static Image view(int32_t width, int32_t height, uint32_t* pixels);
 
@@ -41,8 +44,8 @@ struct Image {
     bool empty() const { return pixels == nullptr; }
 
 private:
-    /// The same with whatever the memory held before.
-    static Image uninitialised(int32_t width, int32_t height);
+    enum class Content { Undefined, Zero };
+    static Image allocated(int32_t width, int32_t height, Content content);
 
     struct Free {
         void operator()(uint32_t* memory) const noexcept;

@@ -18,11 +18,12 @@ private:
     static void write(const std::string& line) { std::cout << line + '\n' << std::flush; }
 };
 
-/// Created on first use, so that static objects of other files can log before `main`.
+/// Created on first use, so that static objects of other files can log before `main`; never destroyed, so
+/// that they can after it.
 std::shared_ptr<ILog>& sinkSlot() {
-    static const std::ios_base::Init streamsOutliveTheSink;
-    static std::shared_ptr<ILog> slot = std::make_shared<ConsoleLog>();
-    return slot;
+    static const std::ios_base::Init streamsAreReady;
+    static auto* const slot = new std::shared_ptr<ILog>(std::make_shared<ConsoleLog>());
+    return *slot;
 }
 
 } // namespace

@@ -1,19 +1,20 @@
 #include "blurprocessors.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstring>
-#include <vector>
 
 namespace {
+
+/// Pixels of a row that are put together at once; most pictures are narrower.
+constexpr std::size_t kStripLength = 4096;
 
 /// Zero-filled picture of the input's size; one of that size is kept as it is.
 void fitTo(const Image& input, Image& buffer) {
     if (buffer.width == input.width && buffer.height == input.height)
         return;
-    buffer = Image(input.width, input.height);
-    if (!buffer.empty())
-        std::memset(buffer.pixels, 0, buffer.byteCount());
+    buffer = Image::zeroed(input.width, input.height);
 }
 
 } // namespace
@@ -31,19 +32,26 @@ void pixelate(const Image& source, uint32_t* target, int32_t block) {
         return;
     }
     // The target may be the graphics driver's memory, which must not be read.
-    std::vector<uint32_t> row(width);
+    std::array<uint32_t, kStripLength> strip;
     for (std::size_t y0 = 0; y0 < height; y0 += cell) {
         const uint32_t* samples = source.pixels + y0 * width;
-        for (std::size_t x0 = 0; x0 < width; x0 += cell)
-            std::fill_n(row.begin() + static_cast<std::ptrdiff_t>(x0), std::min(cell, width - x0),
-                        samples[x0]);
         const std::size_t rows = std::min(cell, height - y0);
-        for (std::size_t y = y0; y < y0 + rows; ++y)
-            std::memcpy(target + y * width, row.data(), width * sizeof(uint32_t));
+        for (std::size_t left = 0; left < width; left += kStripLength) {
+            const std::size_t length = std::min(kStripLength, width - left);
+            for (std::size_t x = left; x < left + length;) {
+                const std::size_t x0 = x - x % cell;
+                const std::size_t end = std::min(x0 + cell, left + length);
+                std::fill_n(strip.data() + (x - left), end - x, samples[x0]);
+                x = end;
+            }
+            for (std::size_t y = y0; y < y0 + rows; ++y)
+                std::memcpy(target + y * width + left, strip.data(), length * sizeof(uint32_t));
+        }
     }
 }
 
-Frameblur::Frameblur(int32_t width, int32_t height) : output_(width, height), mosaic_(width, height) {}
+Frameblur::Frameblur(int32_t width, int32_t height)
+    : output_(Image::zeroed(width, height)), mosaic_(Image::zeroed(width, height)) {}
 
 const Image* Frameblur::process(const Image& input, int32_t frame, int32_t threshold) {
     fitTo(input, output_);
@@ -58,7 +66,7 @@ const Image* Frameblur::process(const Image& input, int32_t frame, int32_t thres
     return &output_;
 }
 
-Frameunblur::Frameunblur(int32_t width, int32_t height) : output_(width, height) {}
+Frameunblur::Frameunblur(int32_t width, int32_t height) : output_(Image::zeroed(width, height)) {}
 
 const Image* Frameunblur::process(const Image& input, int32_t frame, int32_t threshold) {
     fitTo(input, output_);

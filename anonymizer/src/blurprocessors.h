@@ -15,7 +15,7 @@ int32_t mosaicBlockSize(int32_t width, int32_t height, int32_t divisor);
 
 /// Fills every cell of `block` × `block` pixels, aligned to the frame's top-left corner and cut off at the
 /// right and bottom edges, with the cell's top-left pixel. `target` has the source's size, packed rows, and
-/// must not overlap the source. `block` is at least 1.
+/// must not overlap the source. `block` is at least 1. Allocates nothing.
 void pixelate(const Image& source, uint32_t* target, int32_t block);
 
 /// Turns a decoded frame and the blur store's rectangles of that frame into the anonymised frame. Used by
@@ -33,7 +33,7 @@ public:
 class Frameblur : public IImageProcessor {
 public:
     Frameblur() = default;
-    /// Buffers made in advance; a frame of another size replaces them.
+    /// Zero-filled buffers made in advance; a frame of another size replaces them.
     Frameblur(int32_t width, int32_t height);
     const Image* process(const Image& input, int32_t frame, int32_t threshold) override;
 
@@ -47,7 +47,7 @@ private:
 class Frameunblur : public IImageProcessor {
 public:
     Frameunblur() = default;
-    /// Buffers made in advance; a frame of another size replaces them.
+    /// Zero-filled buffers made in advance; a frame of another size replaces them.
     Frameunblur(int32_t width, int32_t height);
     const Image* process(const Image& input, int32_t frame, int32_t threshold) override;
 

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "pxl/file.h"
+#include "pxl/stdio64.h"
 
 namespace regions_csv {
 namespace {
@@ -119,6 +120,11 @@ Region parseRegion(const std::vector<std::string_view>& fields, wxString& proble
     return region;
 }
 
+std::nullopt_t failure(int code, wxString& error) {
+    error = wxString::FromUTF8(std::strerror(code));
+    return std::nullopt;
+}
+
 } // namespace
 
 std::optional<std::vector<Region>> parse(const std::string& text, wxString& error) {
@@ -152,15 +158,19 @@ std::optional<std::vector<Region>> read(const wxString& path, wxString& error) {
     const std::string utf8 = path.utf8_string();
     std::error_code ignored;
     const bool isFolder = std::filesystem::is_directory(std::filesystem::u8path(utf8), ignored);
-    const std::shared_ptr<pxl::File> file = isFolder ? nullptr : pxl::openFile(utf8);
-    if (!file) {
-        error = wxString::FromUTF8(std::strerror(isFolder ? EISDIR : errno));
-        return std::nullopt;
-    }
+    if (isFolder)
+        return failure(EISDIR, error);
+    std::FILE* const handle = pxl::stdio64::openForReading(utf8);
+    if (!handle)
+        return failure(errno, error);
+    pxl::STDIOFile file(handle);
     std::string text;
     std::array<uint8_t, 65536> buffer;
-    while (const uint64_t count = file->read(buffer.data(), buffer.size()))
+    while (const uint64_t count = file.read(buffer.data(), buffer.size()))
         text.append(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count));
+    // A part of the regions would leave somebody in the clear.
+    if (file.hasFailed())
+        return failure(errno, error);
     return parse(text, error);
 }
 

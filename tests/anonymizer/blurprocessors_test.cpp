@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "blurtrack.h"
+#include "support/allocations.h"
 
 namespace {
 
@@ -108,7 +109,7 @@ TEST_F(Pixelate, TakesTheTopLeftPixelOfEveryCell) {
 }
 
 TEST_F(Pixelate, EqualsThePlainAlgorithmForEverySizeAndBlock) {
-    for (int32_t width : {1, 2, 3, 7, 16, 31, 64, 65})
+    for (int32_t width : {1, 2, 3, 7, 16, 31, 64, 65, 4099})
         for (int32_t height : {1, 2, 5, 16, 33})
             for (int32_t block : {1, 2, 3, 4, 7, 8, 21, 64, 1000}) {
                 const Image source = numbered(width, height);
@@ -304,6 +305,18 @@ TYPED_TEST(Buffers, AreKeptWhileTheSizeStays) {
         EXPECT_EQ(processor.process(numbered(200, 150), frame, 50), first);
         EXPECT_EQ(first->pixels, pixels);
     }
+}
+
+TYPED_TEST(Buffers, NothingIsAllocatedWhileTheSizeStays) {
+    for (int32_t frame = 1; frame < 10; ++frame)
+        this->add(frame, 10, 10, 100, 100);
+    TypeParam processor;
+    const Image input = numbered(200, 150);
+    processor.process(input, 1, 50);
+    const std::size_t before = test::allocationsOfThisThread();
+    for (int32_t frame = 2; frame < 10; ++frame)
+        processor.process(input, frame, 50);
+    EXPECT_EQ(test::allocationsOfThisThread(), before);
 }
 
 TYPED_TEST(Buffers, MadeInAdvanceAreUsedForFramesOfThatSize) {

@@ -11,6 +11,14 @@ TEST(Image, IsAllocatedOpaqueBlack) {
         EXPECT_EQ(image.pixels[i], 0xFF000000u);
 }
 
+TEST(Image, CanBeAllocatedZeroFilled) {
+    const pxl::Image image = pxl::Image::zeroed(3, 2);
+    ASSERT_EQ(image.pixelCount(), 6u);
+    for (std::size_t i = 0; i < image.pixelCount(); ++i)
+        EXPECT_EQ(image.pixels[i], 0u);
+    EXPECT_TRUE(pxl::Image::zeroed(0, 5).empty());
+}
+
 TEST(Image, HasNoPixelsBelowOnePixelOfSize) {
     EXPECT_TRUE(pxl::Image(0, 5).empty());
     EXPECT_TRUE(pxl::Image(5, -1).empty());

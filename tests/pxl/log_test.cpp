@@ -1,5 +1,8 @@
 #include "pxl/log.h"
 
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
 #include <string>
 #include <thread>
 #include <utility>
@@ -20,6 +23,28 @@ public:
     void warning(const std::string& line) override { lines.emplace_back("warning", line); }
     Lines lines;
 };
+
+/// Writes to standard error, and tells there of its own end.
+class Mourned : public pxl::log::ILog {
+public:
+    ~Mourned() override { write("the sink is gone"); }
+    void message(const std::string& line) override { write(line); }
+    void error(const std::string& line) override { write(line); }
+    void warning(const std::string& line) override { write(line); }
+
+private:
+    static void write(const std::string& line) { std::fputs((line + '\n').c_str(), stderr); }
+};
+
+/// Logs, if asked to, when it is destroyed, which is after whatever was made later.
+struct LateUser {
+    ~LateUser() {
+        if (logs)
+            pxl::log::message("late");
+    }
+    bool logs = false;
+};
+LateUser lateUser;
 
 /// Logs while static objects are still being made.
 struct EarlyUser {
@@ -76,6 +101,15 @@ TEST(Log, EmptySinkRestoresTheConsole) {
 TEST(Log, CanBeUsedBeforeMain) {
     EXPECT_TRUE(earlyUser.foundASink);
     EXPECT_EQ(earlyUser.seen, (Lines{{"message", "[Message] early"}}));
+}
+
+TEST(Log, CanBeUsedAfterMain) {
+    const auto endTheProgram = [] {
+        pxl::log::setSink(std::make_shared<Mourned>());
+        lateUser.logs = true;
+        std::exit(0);
+    };
+    EXPECT_EXIT(endTheProgram(), testing::ExitedWithCode(0), testing::Eq("[Message] late\n"));
 }
 
 TEST(Log, LinesOfSeveralThreadsStayWhole) {
