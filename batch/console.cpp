@@ -1,7 +1,9 @@
 #include "console.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "platform.h"
 
@@ -10,10 +12,9 @@ namespace {
 
 constexpr const char* kProgram = "tarvex_shroud_batch: ";
 
-void writeTo(std::FILE* stream, const wxString& text) {
+bool writeTo(std::FILE* stream, const wxString& text) {
     const std::string utf8 = text.utf8_string();
-    std::fwrite(utf8.data(), 1, utf8.size(), stream);
-    std::fflush(stream);
+    return std::fwrite(utf8.data(), 1, utf8.size(), stream) == utf8.size() && std::fflush(stream) == 0;
 }
 
 /// A file name may hold a line break; a message is one line all the same.
@@ -33,8 +34,12 @@ void warning(const wxString& text) {
     writeTo(stderr, kProgram + oneLine("warning: " + text));
 }
 
-void print(const wxString& text) {
-    writeTo(stdout, text);
+bool print(const wxString& text) {
+    if (writeTo(stdout, text))
+        return true;
+    const int code = errno;
+    error("standard output: " + wxString::FromUTF8(std::strerror(code)));
+    return false;
 }
 
 ProgressLine::ProgressLine(bool quiet) : visible_(!quiet && platform::isTerminal(stderr)) {}

@@ -13,8 +13,8 @@ namespace console {
 void error(const wxString& text);
 /// One line on standard error, behind the program's name and "warning: ".
 void warning(const wxString& text);
-/// As it is, on standard output.
-void print(const wxString& text);
+/// As it is, on standard output. False, told on standard error, when it could not be written.
+bool print(const wxString& text);
 
 /// One line that keeps changing, on standard error, if that is a terminal; nothing otherwise. May be called
 /// from any thread, but not from two at once.

@@ -61,13 +61,16 @@ bool somethingApplies(int32_t threshold) {
     return false;
 }
 
-void warn(const Options& options, const SourceVideo& source, bool somethingHidden) {
+/// Tells what the user should know before the export takes its time.
+void warn(const Options& options, const SourceVideo& source) {
     const video::VideoInfo& info = source.info;
+    if (info.frameCount == 0)
+        return; // the export refuses
     if (mosaicBlockSize(info.width, info.height, kExportBlurDivisor) == 1)
         console::warning(
             wxString::Format("%s: the picture is only %d x %d pixels, mosaic cells of one pixel hide nothing",
                              options.inputPath, info.width, info.height));
-    else if (options.mode == switches::kBlurMode && !somethingHidden)
+    else if (options.mode == switches::kBlurMode && !somethingApplies(options.threshold))
         console::warning(options.inputPath + ": no region applies to any frame, nothing is hidden");
     if (source.variableRate)
         console::warning(options.inputPath + ": the frame rate is variable, the copy's will be constant");
@@ -102,19 +105,22 @@ int runExport(const Options& options) {
     wxString error;
     std::vector<regions_csv::Region> regions;
     if (!options.regionsPath.empty()) {
+        if (!canBeReadToItsEnd(options.regionsPath, error))
+            return fail(options.regionsPath, error);
         auto read = regions_csv::read(options.regionsPath, error);
         if (!read)
             return fail(options.regionsPath, error);
         regions = std::move(*read);
     }
     OutputFile output;
-    if (!output.create(OutputFile::Kind::Video, options.outputPath, {options.inputPath, options.regionsPath},
-                       error))
+    if (!output.aimAt(OutputFile::Kind::Video, options.outputPath, {options.inputPath, options.regionsPath},
+                      error))
         return fail(options.outputPath, error);
     OutputFile detections;
-    if (!options.detectionsPath.empty() &&
-        !detections.create(OutputFile::Kind::Text, options.detectionsPath,
-                           {options.inputPath, options.regionsPath, options.outputPath}, error))
+    const bool keepsDetections = !options.detectionsPath.empty();
+    if (keepsDetections &&
+        !detections.aimAt(OutputFile::Kind::Text, options.detectionsPath,
+                          {options.inputPath, options.regionsPath, options.outputPath}, error))
         return fail(options.detectionsPath, error);
     if (options.detect && !findDetector(error))
         return fail("--detect", error);
@@ -123,25 +129,28 @@ int runExport(const Options& options) {
     SourceVideo source;
     if (!readSource(options.inputPath, progress, source, error))
         return fail(options.inputPath, error);
+    if (!output.create(error))
+        return fail(options.outputPath, error);
+    if (keepsDetections && !detections.create(error))
+        return fail(options.detectionsPath, error);
 
     switches::editingMode = options.mode;
     switches::confidenceThreshold = options.threshold;
     fillStore(regions, source.info);
     if (options.detect && !detectInto(options, source.info, error))
         return fail(options.inputPath, error);
-    if (!options.detectionsPath.empty() && !writeDetections(detections.draftPath(), error))
+    if (keepsDetections && !writeDetections(detections.draftPath(), error))
         return fail(options.detectionsPath, error);
-    const bool somethingHidden = somethingApplies(options.threshold);
+    warn(options, source);
 
     const Outcome outcome = exportTo(output.draftPath(), options, source.info);
     if (stop_request::flag() || outcome.result == ExportResult::Cancelled)
         return fail(options.inputPath, "stopped");
     if (outcome.result == ExportResult::Failed)
         return fail(options.inputPath, outcome.text);
-    if (!options.detectionsPath.empty() && !detections.commit(error))
-        return fail(options.detectionsPath, error);
     if (!output.commit(error))
         return fail(options.outputPath, error);
-    warn(options, source, somethingHidden);
+    if (keepsDetections && !detections.commit(error))
+        return fail(options.detectionsPath, error);
     return 0;
 }

@@ -45,11 +45,12 @@ int runInfo(const Options& options) {
         return 1;
     }
     const video::VideoInfo& info = source.info;
-    console::print("{\"path\": " + jsonText(options.inputPath) + ", \"width\": " +
-                   jsonNumber(int64_t{info.width}) + ", \"height\": " + jsonNumber(int64_t{info.height}) +
-                   ", \"fps\": " + jsonNumber(info.fps) + ", \"frameCount\": " + jsonNumber(info.frameCount) +
-                   ", \"statedFrameCount\": " + jsonNumber(source.statedFrameCount) + ", \"durationSec\": " +
-                   jsonNumber(info.durationSec) + ", \"isH264\": " + (info.isH264 ? "true" : "false") +
-                   ", \"codec\": " + jsonText(source.codec) + "}\n");
-    return 0;
+    const bool isTold = console::print(
+        "{\"path\": " + jsonText(options.inputPath) + ", \"width\": " + jsonNumber(int64_t{info.width}) +
+        ", \"height\": " + jsonNumber(int64_t{info.height}) + ", \"fps\": " + jsonNumber(info.fps) +
+        ", \"frameCount\": " + jsonNumber(info.frameCount) + ", \"statedFrameCount\": " +
+        jsonNumber(source.statedFrameCount) + ", \"durationSec\": " + jsonNumber(info.durationSec) +
+        ", \"isH264\": " + (info.isH264 ? "true" : "false") + ", \"codec\": " + jsonText(source.codec) +
+        "}\n");
+    return isTold ? 0 : 1;
 }

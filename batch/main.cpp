@@ -20,11 +20,9 @@ int run(int argc, char** argv) {
         return kWrongUsage;
     switch (options.command) {
     case Options::Command::Help:
-        console::print(usageText());
-        return kDone;
+        return console::print(usageText()) ? kDone : kFailed;
     case Options::Command::Version:
-        console::print("tarvex_shroud_batch " SHROUD_VERSION "\n");
-        return kDone;
+        return console::print("tarvex_shroud_batch " SHROUD_VERSION "\n") ? kDone : kFailed;
     case Options::Command::Info:
         return runInfo(options);
     case Options::Command::Export:

@@ -3,15 +3,14 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <random>
 
+#include "draftfile.h"
 #include "platform.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kAttempts = 100;
 /// A file name has room for 255 bytes; this many characters of the target's leave enough for the rest.
 constexpr std::size_t kKeptCharacters = 40;
 
@@ -27,20 +26,10 @@ wxString systemText(int code) {
     return wxString::FromUTF8(std::strerror(code));
 }
 
-/// The file a chain of links ends at, so that the links stay.
-fs::path resolved(const fs::path& path) {
-    std::error_code failed;
-    const fs::path target = fs::canonical(path, failed);
-    return failed ? fs::absolute(path, failed) : target;
-}
-
-wxString randomLetters() {
-    static std::random_device random;
-    std::uniform_int_distribution<int> letters('a', 'z');
-    wxString text;
-    for (int i = 0; i < 6; ++i)
-        text += static_cast<char>(letters(random));
-    return text;
+/// Also where neither exists yet.
+bool isSameFile(const wxString& first, const wxString& second) {
+    return platform::isSameFile(first, second) ||
+           (!first.empty() && draftfile::placeOf(first) == draftfile::placeOf(second));
 }
 
 } // namespace
@@ -50,44 +39,49 @@ OutputFile::~OutputFile() {
         platform::removeFile(draft_);
 }
 
-bool OutputFile::create(Kind kind, const wxString& target, const std::vector<wxString>& sources,
-                        wxString& error) {
+bool OutputFile::aimAt(Kind kind, const wxString& target, const std::vector<wxString>& sources,
+                       wxString& error) {
     const wxString ending = textFrom(pathFrom(target).extension());
     if (kind == Kind::Video && !ending.IsSameAs(".mp4", false) && !ending.IsSameAs(".mov", false)) {
         error = "the name must end in .mp4 or .mov";
         return false;
     }
     for (const wxString& source : sources)
-        if (platform::isSameFile(source, target)) {
+        if (isSameFile(source, target)) {
             error = "is the same file as " + source;
             return false;
         }
+    const wxString place = draftfile::placeOf(target);
     std::error_code ignored;
-    const fs::path path = resolved(pathFrom(target));
-    const fs::file_status status = fs::status(path, ignored);
+    const fs::file_status status = fs::status(pathFrom(place), ignored);
     if (fs::exists(status) && !fs::is_regular_file(status)) {
         error = fs::is_directory(status) ? systemText(EISDIR) : wxString("is not a regular file");
         return false;
     }
-    const wxString stem = textFrom(path.stem()).Left(kKeptCharacters);
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        const wxString name = "." + stem + ".partial-" + randomLetters() + ending;
-        const wxString draft = textFrom(path.parent_path() / pathFrom(name));
-        if (platform::createFile(draft)) {
-            target_ = textFrom(path);
-            draft_ = draft;
-            return true;
-        }
-        if (errno != EEXIST)
-            break;
+    if (fs::exists(status) && !platform::isWritable(place)) {
+        error = systemText(EACCES);
+        return false;
     }
-    error = "can't create a file in " + textFrom(path.parent_path()) + ": " + systemText(errno);
+    target_ = place;
+    ending_ = ending;
+    return true;
+}
+
+bool OutputFile::create(wxString& error) {
+    const fs::path path = pathFrom(target_);
+    const wxString stem = textFrom(path.stem()).Left(kKeptCharacters);
+    draft_ = draftfile::create(target_, "." + stem + ".partial-", ending_);
+    if (!draft_.empty())
+        return true;
+    const int code = errno;
+    error = "can't create a file in " + textFrom(path.parent_path()) + ": " + systemText(code);
     return false;
 }
 
 bool OutputFile::commit(wxString& error) {
     if (!platform::syncToDisk(draft_) || !platform::replaceFile(draft_, target_)) {
-        error = systemText(errno);
+        const int code = errno;
+        error = systemText(code);
         return false;
     }
     draft_.clear();

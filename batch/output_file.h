@@ -15,10 +15,14 @@ public:
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
-    /// Creates the draft. Fails, with a reason in `error`, when the target is one of `sources` (links
-    /// included), is anything but a regular file, has no ending of a video although it is to be one, or can't
-    /// be written.
-    bool create(Kind kind, const wxString& target, const std::vector<wxString>& sources, wxString& error);
+    /// Says what to replace; nothing is created. Fails, with a reason in `error`, when the target is or would
+    /// be one of `sources` (links included), is anything but a regular file, is one that must not be written,
+    /// or has no ending of a video although it is to be one.
+    bool aimAt(Kind kind, const wxString& target, const std::vector<wxString>& sources, wxString& error);
+
+    /// Creates the draft, with the permissions of the file that it is to replace. False, with a reason in
+    /// `error`, when the folder takes no file.
+    bool create(wxString& error);
 
     /// Absolute path of the file to write. Empty before `create`.
     const wxString& draftPath() const { return draft_; }
@@ -28,5 +32,7 @@ public:
 
 private:
     wxString target_;
+    /// The target's as it was given, with its dot.
+    wxString ending_;
     wxString draft_;
 };

@@ -7,11 +7,13 @@
 
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr int64_t kFramesPerUpdate = 100;
 
 wxString absolutePath(const wxString& path) {
     std::error_code failed;
-    const auto absolute = std::filesystem::absolute(std::filesystem::u8path(path.utf8_string()), failed);
+    const auto absolute = fs::absolute(fs::u8path(path.utf8_string()), failed);
     return failed ? path : wxString::FromUTF8(absolute.u8string());
 }
 
@@ -29,11 +31,23 @@ void scan(Decoder_ffmpeg& decoder, ISafeProgress& line) {
 
 } // namespace
 
+bool canBeReadToItsEnd(const wxString& path, wxString& error) {
+    std::error_code ignored;
+    const fs::file_status status = fs::status(fs::u8path(path.utf8_string()), ignored);
+    // What is missing or a folder is told by whoever opens it.
+    if (!fs::exists(status) || fs::is_regular_file(status) || fs::is_directory(status))
+        return true;
+    error = "is not a regular file";
+    return false;
+}
+
 bool readSource(const wxString& path, ISafeProgress& progress, SourceVideo& source, wxString& error) {
+    if (!canBeReadToItsEnd(path, error))
+        return false;
     Decoder_ffmpeg decoder;
     decoder.setInterrupt(&stop_request::flag());
     if (!decoder.open(absolutePath(path))) {
-        error = decoder.lastError();
+        error = stop_request::flag() ? wxString("stopped") : decoder.lastError();
         if (error.empty())
             error = "the file holds no video that can be decoded";
         return false;

@@ -18,6 +18,9 @@ struct SourceVideo {
     bool variableRate = false;
 };
 
+/// False, with a reason in `error`, for pipes and devices: opening or reading those can last for ever.
+bool canBeReadToItsEnd(const wxString& path, wxString& error);
+
 /// Opens and scans a video. False on failure, with a reason in `error`, and when the program is asked to
 /// stop.
 bool readSource(const wxString& path, ISafeProgress& progress, SourceVideo& source, wxString& error);

@@ -1,7 +1,5 @@
 #include "stop_request.h"
 
-#include <csignal>
-
 #include "platform.h"
 
 namespace stop_request {
@@ -17,8 +15,7 @@ extern "C" void onStopSignal(int) {
 } // namespace
 
 void listen() {
-    for (int signal : platform::stopSignals())
-        std::signal(signal, onStopSignal);
+    platform::catchStopSignals(onStopSignal);
 }
 
 const std::atomic<bool>& flag() {

@@ -13,11 +13,19 @@ namespace platform {
 /// True when both paths name one existing file, links included. False when either does not exist.
 bool isSameFile(const wxString& first, const wxString& second);
 
-/// Renames within one folder, replacing the target in one step. False on failure; the target is then as
-/// before.
+/// True when the file exists and this process may change it.
+bool isWritable(const wxString& path);
+
+/// Gives `to` the permissions that `from` has: read, write and execute for owner, group and others. False on
+/// failure (`errno` is ENOENT when there is no `from`).
+bool copyPermissions(const wxString& from, const wxString& to);
+
+/// Renames within one folder, replacing the target in one step. False on failure (`errno` says why); the
+/// target is then as before.
 bool replaceFile(const wxString& from, const wxString& to);
 
-/// Asks the system to put the file's content on the disk. False when it reports an error.
+/// Asks the system to put the file's content on the disk. False when it reports an error (`errno` says
+/// which).
 bool syncToDisk(const wxString& path);
 
 /// Creates an empty file with the permissions any new file gets. False when something of that name exists
@@ -28,7 +36,7 @@ bool createFile(const wxString& path);
 bool removeFile(const wxString& path);
 
 /// Holds off everybody else, threads and processes, who wants the same lock on a folder. Waits for it when
-/// created, lets it go when destroyed, on one thread. Leaves no file behind.
+/// created, two seconds at most, and lets it go when destroyed, on one thread. Leaves no file behind.
 class FolderLock {
 public:
     explicit FolderLock(const wxString& folder);
@@ -36,7 +44,8 @@ public:
     FolderLock(const FolderLock&) = delete;
     FolderLock& operator=(const FolderLock&) = delete;
 
-    /// False when the folder does not exist or its file system knows no locks.
+    /// False when the folder does not exist, its file system knows no locks or somebody else has not let go
+    /// of it in time.
     bool isHeld() const;
 
 private:
@@ -64,8 +73,9 @@ std::vector<wxString> commandLineArguments(int argc, char** argv);
 /// True when what is written there reaches a person directly.
 bool isTerminal(std::FILE* stream);
 
-/// Numbers of the signals that ask a program to end.
-std::vector<int> stopSignals();
+/// Has `handler` called for every signal that asks a program to end, on whatever thread that comes to; system
+/// calls that wait return with EINTR then. A signal that the program was started to ignore stays ignored.
+void catchStopSignals(void (*handler)(int));
 
 /// Turns writing to a closed pipe or past a file size limit into an ordinary write error.
 void ignoreWriteSignals();

@@ -1,11 +1,13 @@
 #include "platform.h"
 
 #include <cerrno>
+#include <chrono>
 #include <clocale>
 #include <csignal>
 #include <cstdlib>
 #include <cwctype>
 #include <string>
+#include <thread>
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -15,6 +17,10 @@
 
 namespace platform {
 namespace {
+
+constexpr std::chrono::seconds kLockPatience{2};
+/// Between two tries; short against the time that a holder needs.
+constexpr std::chrono::microseconds kLockPoll{500};
 
 /// File names are bytes here; this system takes them for UTF-8 whatever the locale says.
 std::string bytes(const wxString& path) {
@@ -46,16 +52,37 @@ bool isSameFile(const wxString& first, const wxString& second) {
            a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
+bool isWritable(const wxString& path) {
+    return faccessat(AT_FDCWD, bytes(path).c_str(), W_OK, AT_EACCESS) == 0;
+}
+
+bool copyPermissions(const wxString& from, const wxString& to) {
+    constexpr mode_t permissions = S_IRWXU | S_IRWXG | S_IRWXO;
+    struct stat a = {};
+    struct stat b = {};
+    if (stat(bytes(from).c_str(), &a) != 0 || stat(bytes(to).c_str(), &b) != 0)
+        return false;
+    // Some file systems have the same for all files and let nobody change them.
+    return (a.st_mode & permissions) == (b.st_mode & permissions) ||
+           chmod(bytes(to).c_str(), a.st_mode & permissions) == 0;
+}
+
 bool replaceFile(const wxString& from, const wxString& to) {
     return std::rename(bytes(from).c_str(), bytes(to).c_str()) == 0;
 }
 
 bool syncToDisk(const wxString& path) {
-    const int file = open(bytes(path).c_str(), O_RDONLY | O_CLOEXEC);
+    int file = open(bytes(path).c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0 && errno == EACCES)
+        file = open(bytes(path).c_str(), O_WRONLY | O_CLOEXEC);
     if (file < 0)
         return false;
     const bool synced = fsync(file) == 0;
-    return close(file) == 0 && synced;
+    const int code = errno;
+    const bool closed = close(file) == 0;
+    if (!synced)
+        errno = code;
+    return closed && synced;
 }
 
 bool createFile(const wxString& path) {
@@ -71,12 +98,14 @@ FolderLock::FolderLock(const wxString& folder) : handle_(openFolder(folder)) {
     if (handle_ < 0)
         return;
     const int file = static_cast<int>(handle_);
-    int result = 0;
-    do
-        result = flock(file, LOCK_EX);
-    while (result != 0 && errno == EINTR);
-    if (result == 0)
-        return;
+    const auto deadline = std::chrono::steady_clock::now() + kLockPatience;
+    for (;;) {
+        if (flock(file, LOCK_EX | LOCK_NB) == 0)
+            return;
+        if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() >= deadline)
+            break;
+        std::this_thread::sleep_for(kLockPoll);
+    }
     close(file);
     handle_ = -1;
 }
@@ -164,8 +193,16 @@ bool setSwapInterval(int interval) {
     return false;
 }
 
-std::vector<int> stopSignals() {
-    return {SIGINT, SIGTERM, SIGHUP};
+void catchStopSignals(void (*handler)(int)) {
+    for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction action = {};
+        if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN)
+            continue;
+        action = {};
+        action.sa_handler = handler;
+        sigemptyset(&action.sa_mask);
+        sigaction(signal, &action, nullptr);
+    }
 }
 
 void ignoreWriteSignals() {

@@ -14,6 +14,8 @@
 namespace platform {
 namespace {
 
+constexpr DWORD kLockPatienceMs = 2000;
+
 struct CloseHandleOnExit {
     using pointer = HANDLE;
     void operator()(HANDLE handle) const noexcept { CloseHandle(handle); }
@@ -33,34 +35,14 @@ bool identify(const wxString& path, BY_HANDLE_FILE_INFORMATION& information) {
     return file && GetFileInformationByHandle(file.get(), &information);
 }
 
-} // namespace
-
-bool isSameFile(const wxString& first, const wxString& second) {
-    BY_HANDLE_FILE_INFORMATION a = {};
-    BY_HANDLE_FILE_INFORMATION b = {};
-    return identify(first, a) && identify(second, b) && a.dwVolumeSerialNumber == b.dwVolumeSerialNumber &&
-           a.nFileIndexHigh == b.nFileIndexHigh && a.nFileIndexLow == b.nFileIndexLow;
-}
-
-bool replaceFile(const wxString& from, const wxString& to) {
-    return MoveFileExW(from.wc_str(), to.wc_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
-}
-
-bool syncToDisk(const wxString& path) {
-    const Handle file = openExisting(path, GENERIC_WRITE);
-    return file && FlushFileBuffers(file.get());
-}
-
-bool createFile(const wxString& path) {
-    const HANDLE handle =
-        CreateFileW(path.wc_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (handle != INVALID_HANDLE_VALUE)
-        return CloseHandle(handle) != 0;
+/// False; `errno` says what the system's last error was.
+bool failure() {
     switch (GetLastError()) {
     case ERROR_FILE_EXISTS:
     case ERROR_ALREADY_EXISTS:
         errno = EEXIST;
         break;
+    case ERROR_FILE_NOT_FOUND:
     case ERROR_PATH_NOT_FOUND:
         errno = ENOENT;
         break;
@@ -71,6 +53,43 @@ bool createFile(const wxString& path) {
         errno = EACCES;
     }
     return false;
+}
+
+} // namespace
+
+bool isSameFile(const wxString& first, const wxString& second) {
+    BY_HANDLE_FILE_INFORMATION a = {};
+    BY_HANDLE_FILE_INFORMATION b = {};
+    return identify(first, a) && identify(second, b) && a.dwVolumeSerialNumber == b.dwVolumeSerialNumber &&
+           a.nFileIndexHigh == b.nFileIndexHigh && a.nFileIndexLow == b.nFileIndexLow;
+}
+
+bool isWritable(const wxString& path) {
+    const DWORD attributes = GetFileAttributesW(path.wc_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_READONLY);
+}
+
+// Who may do what comes from the folder here, and a file that is replaced is not read-only.
+bool copyPermissions(const wxString& from, const wxString&) {
+    return GetFileAttributesW(from.wc_str()) != INVALID_FILE_ATTRIBUTES || failure();
+}
+
+bool replaceFile(const wxString& from, const wxString& to) {
+    return MoveFileExW(from.wc_str(), to.wc_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) ||
+           failure();
+}
+
+bool syncToDisk(const wxString& path) {
+    const Handle file = openExisting(path, GENERIC_WRITE);
+    return (file && FlushFileBuffers(file.get())) || failure();
+}
+
+bool createFile(const wxString& path) {
+    const HANDLE handle =
+        CreateFileW(path.wc_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (handle != INVALID_HANDLE_VALUE)
+        return CloseHandle(handle) != 0;
+    return failure();
 }
 
 bool removeFile(const wxString& path) {
@@ -86,7 +105,7 @@ FolderLock::FolderLock(const wxString& folder) : handle_(0) {
     const HANDLE mutex = CreateMutexW(nullptr, FALSE, name.wc_str());
     if (!mutex)
         return;
-    const DWORD result = WaitForSingleObject(mutex, INFINITE);
+    const DWORD result = WaitForSingleObject(mutex, kLockPatienceMs);
     if (result == WAIT_OBJECT_0 || result == WAIT_ABANDONED)
         handle_ = reinterpret_cast<std::intptr_t>(mutex);
     else
@@ -157,8 +176,10 @@ bool setSwapInterval(int interval) {
     return set && set(interval) != FALSE;
 }
 
-std::vector<int> stopSignals() {
-    return {SIGINT, SIGTERM, SIGBREAK};
+void catchStopSignals(void (*handler)(int)) {
+    for (int signal : {SIGINT, SIGTERM, SIGBREAK})
+        if (std::signal(signal, handler) == SIG_IGN)
+            std::signal(signal, SIG_IGN);
 }
 
 void ignoreWriteSignals() {}

@@ -14,13 +14,16 @@
 #include <wx/textfile.h>
 #include <wx/wfstream.h>
 
+#include "draftfile.h"
 #include "platform.h"
 
 namespace settings {
 namespace {
 
 /// Where the data folder belongs, whether or not it exists.
-wxString folderPath() { return userConfigFolder() + wxFileName::GetPathSeparator() + "Tarvex Shroud"; }
+wxString folderPath() {
+    return userConfigFolder() + wxFileName::GetPathSeparator() + "Tarvex Shroud";
+}
 
 bool createFolder(const wxString& folder) {
     return wxFileName::DirExists(folder) || wxFileName::Mkdir(folder, 0777, wxPATH_MKDIR_FULL);
@@ -77,14 +80,16 @@ std::unique_ptr<wxFileConfig> load(const wxString& path) {
     return config;
 }
 
-/// Replaces the file in one step; the library's own `Flush` first removes the old one.
+/// Replaces the file, at the end of a link if it is one, in one step; the library's own `Flush` first removes
+/// the old one.
 bool save(wxFileConfig& config, const wxString& path) {
-    const wxString draft = wxFileName::CreateTempFileName(path);
+    const wxString place = draftfile::placeOf(path);
+    const wxString draft = draftfile::create(place, ".config.ini.", wxString());
     if (draft.empty())
         return false;
     wxFileOutputStream stream(draft);
     if (stream.IsOk() && config.Save(stream) && stream.Close() && platform::syncToDisk(draft) &&
-        platform::replaceFile(draft, path))
+        platform::replaceFile(draft, place))
         return true;
     platform::removeFile(draft);
     return false;
@@ -126,6 +131,7 @@ wxString configPath() {
 }
 
 int32_t readInt(const wxString& key) {
+    const wxLogNull silence;
     const auto config = load(configPath());
     long value = 0;
     if (!config->Read(key, &value))
@@ -135,6 +141,7 @@ int32_t readInt(const wxString& key) {
 }
 
 bool readBool(const wxString& key) {
+    const wxLogNull silence;
     const auto config = load(configPath());
     bool value = false;
     return config->Read(key, &value) && value;

@@ -27,7 +27,7 @@ wxString dataFolder();
 /// Full path of `config.ini`, also when the folder could not be created.
 wxString configPath();
 
-/// 0 when absent or unreadable.
+/// 0 when absent or unreadable. Both readers are silent.
 int32_t readInt(const wxString& key);
 /// False when absent or unreadable.
 bool readBool(const wxString& key);

@@ -1,9 +1,21 @@
 #include "platform.h"
 
+#include <cerrno>
+#include <chrono>
+#include <csignal>
 #include <cstring>
+#include <filesystem>
 #include <string>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
+
+#include "support/temp_folder.h"
 
 /// A GLX of its own, exported by this program, since an off-screen server offers no swap control.
 namespace {
@@ -117,4 +129,46 @@ TEST_F(SwapInterval, ReportsTheExtensionsRefusal) {
     glx.extensions = "GLX_MESA_swap_control";
     glx.mesaResult = 5;
     EXPECT_FALSE(platform::setSwapInterval(1));
+}
+
+TEST(StopSignals, WakeAProcessThatWaitsForAPipe) {
+    const test::TempFolder folder;
+    const std::string pipe = folder.file("pipe");
+    const std::string ready = folder.file("ready");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0666), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        platform::catchStopSignals([](int) {});
+        close(creat(ready.c_str(), 0666));
+        _exit(open(pipe.c_str(), O_RDONLY) < 0 && errno == EINTR ? 0 : 1);
+    }
+    while (!std::filesystem::exists(ready))
+        std::this_thread::yield();
+    // More than one, since the first may come before the child waits.
+    int status = 0;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (waitpid(child, &status, WNOHANG) == 0) {
+        kill(child, std::chrono::steady_clock::now() < deadline ? SIGTERM : SIGKILL);
+        std::this_thread::yield();
+    }
+    EXPECT_TRUE(WIFEXITED(status)) << "waited on";
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
+TEST(StopSignals, ThoseIgnoredFromTheStartStayIgnored) {
+    const pid_t child = fork();
+    if (child == 0) {
+        std::signal(SIGHUP, SIG_IGN);
+        std::signal(SIGINT, SIG_DFL);
+        const auto handler = [](int) {};
+        platform::catchStopSignals(handler);
+        struct sigaction hangup = {};
+        struct sigaction interrupt = {};
+        sigaction(SIGHUP, nullptr, &hangup);
+        sigaction(SIGINT, nullptr, &interrupt);
+        _exit(hangup.sa_handler == SIG_IGN && interrupt.sa_handler == +handler ? 0 : 1);
+    }
+    int status = 1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }

@@ -1,7 +1,6 @@
 #include "platform.h"
 
 #include <cerrno>
-#include <csignal>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -119,6 +118,10 @@ TEST(Platform, ArgumentsAreUtf8) {
                 testing::ElementsAre("--mode", wx("видео 🎬.mp4"), ""));
 }
 
-TEST(Platform, StopSignalsIncludeInterruptAndTermination) {
-    EXPECT_THAT(platform::stopSignals(), testing::IsSupersetOf({SIGINT, SIGTERM}));
+TEST(Platform, FolderLockIsNotWaitedForForEver) {
+    const test::TempFolder folder;
+    const wxString path = wx(folder.path().u8string());
+    const platform::FolderLock first(path);
+    ASSERT_TRUE(first.isHeld());
+    EXPECT_FALSE(platform::FolderLock(path).isHeld());
 }

@@ -86,6 +86,44 @@ TEST_F(Settings, DataFolderIsEmptyWhenItCannotBeCreatedButTheConfigPathIsNot) {
     EXPECT_EQ(settings::readInt("preblursec"), 0);
 }
 
+TEST_F(Settings, ReadingIsSilentWhereNothingCanBeRead) {
+    const test::LogCapture log;
+    root_.write("Tarvex Shroud", "a file in the way");
+    EXPECT_EQ(settings::readInt("preblursec"), 0);
+    EXPECT_FALSE(settings::readBool("gpu"));
+    EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(Settings, ANewFileHasThePermissionsThatTheUserGrants) {
+    const mode_t before = umask(027);
+    settings::writeFirstRunDefaults();
+    umask(before);
+    EXPECT_EQ(fs::status(iniPath()).permissions(), fs::perms(0640));
+}
+
+TEST_F(Settings, WritingKeepsThePermissions) {
+    writeIni("gpu=1\n");
+    fs::permissions(iniPath(), fs::perms(0604));
+    settings::writeInt("preblursec", 3);
+    EXPECT_EQ(fs::status(iniPath()).permissions(), fs::perms(0604));
+}
+
+TEST_F(Settings, WritingKeepsLinks) {
+    fs::create_directories(root_.path() / "Tarvex Shroud");
+    fs::create_directories(root_.path() / "dotfiles");
+    root_.write("dotfiles/real.ini", "gpu=1\n");
+    fs::create_symlink("../dotfiles/real.ini", iniPath());
+    settings::writeInt("preblursec", 3);
+    EXPECT_TRUE(fs::is_symlink(iniPath()));
+    EXPECT_EQ(test::readFile(root_.file("dotfiles/real.ini")), "gpu=1\npreblursec=3\n");
+    EXPECT_EQ(filesInFolder(), 1u);
+
+    fs::remove(root_.path() / "dotfiles" / "real.ini");
+    settings::writeFirstRunDefaults();
+    EXPECT_TRUE(fs::is_symlink(iniPath()));
+    EXPECT_EQ(test::readFile(root_.file("dotfiles/real.ini")), "gpu=1\npreblursec=1\nuserlang=0\nlang=0\n");
+}
+
 TEST_F(Settings, FirstRunWritesTheFourKeysInOrder) {
     settings::writeFirstRunDefaults();
     EXPECT_EQ(ini(), "gpu=1\npreblursec=1\nuserlang=0\nlang=0\n");

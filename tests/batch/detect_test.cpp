@@ -175,6 +175,23 @@ TEST_F(BatchDetect, TheDetectionsFileNeverReplacesAnotherFileOfTheRun) {
     expectFailure(
         {"--detect", "--regions", "regions.csv", "--detections", "./regions.csv", "in.mp4", "out.mp4"},
         "./regions.csv: is the same file as regions.csv");
+    const std::string absolute = folder_.file("out.mp4");
+    for (const std::string& name : {std::string("out.mp4"), std::string("./out.mp4"), absolute})
+        expectFailure({"--detect", "--detections", name, "in.mp4", "out.mp4"},
+                      name + ": is the same file as out.mp4");
+}
+
+TEST_F(BatchDetect, WithoutTheVideoThereIsNoDetectionsFile) {
+    installFake("hit 0 10 10 60 60 0.9 0\n");
+    // The last step of the video fails: its name has become a folder's.
+    test::Process process(start({"--detect", "--detections", "found.csv", media("gop_250.mp4"), "out.mp4"}));
+    while (aiFolder.fakeCalls().size() < 3 && process.isRunning())
+        std::this_thread::yield();
+    std::filesystem::create_directory(folder_.path() / "out.mp4");
+    const auto result = process.wait();
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.error, "tarvex_shroud_batch: out.mp4: Is a directory\n");
+    EXPECT_EQ(folder_.listing(), "out.mp4");
 }
 
 TEST_F(BatchDetect, ADetectionsFileThatCannotBeMadeStopsAtOnce) {

@@ -115,6 +115,21 @@ TEST_F(BatchExport, WritesThroughALinkToTheTarget) {
     EXPECT_EQ(Pictures(folder_.file("real.mp4")).count(), 2);
 }
 
+TEST_F(BatchExport, KeepsThePermissionsOfWhatItReplaces) {
+    folder_.write("out.mp4", "old");
+    fs::permissions(folder_.file("out.mp4"), fs::perms(0600));
+    expectSuccess({"--mode", "unblur", media("two_frames.mp4"), "out.mp4"});
+    EXPECT_EQ(fs::status(folder_.file("out.mp4")).permissions(), fs::perms(0600));
+    EXPECT_EQ(Pictures(folder_.file("out.mp4")).count(), 2);
+}
+
+TEST_F(BatchExport, WritesWhereALinkPointsToNothingYet) {
+    fs::create_symlink("real.mp4", folder_.path() / "link.mp4");
+    expectSuccess({"--mode", "unblur", media("two_frames.mp4"), "link.mp4"});
+    EXPECT_TRUE(fs::is_symlink(folder_.path() / "link.mp4"));
+    EXPECT_EQ(Pictures(folder_.file("real.mp4")).count(), 2);
+}
+
 TEST_F(BatchExport, NeverChangesTheInput) {
     fs::copy_file(media("two_frames.mp4"), folder_.file("in.mp4"));
     fs::permissions(folder_.file("in.mp4"), fs::perms::owner_read);

@@ -1,6 +1,8 @@
 #include <csignal>
 #include <thread>
 
+#include <sys/stat.h>
+
 #include "batch_fixture.h"
 
 using namespace batch_test;
@@ -10,16 +12,12 @@ namespace {
 class BatchFailure : public BatchTest {};
 class BatchStop : public BatchTest {
 protected:
-    std::string draft() const {
-        const std::string names = folder_.listing();
-        return names.find(".partial-") == std::string::npos ? std::string() : names;
-    }
-    /// Lets the program run until `isReached` and asks it to stop.
+    /// Lets the program run until `isReached`, which is given its id, and asks it to stop.
     template <class Condition>
     void stopAt(int signal, Condition isReached) {
         folder_.write("out.mp4", "old");
-        test::Process process(start({media("sample.mp4"), "out.mp4"}));
-        while (!isReached() && process.isRunning())
+        test::Process process(start({"--mode", "unblur", media("sample.mp4"), "out.mp4"}));
+        while (!isReached(process.id()) && process.isRunning())
             std::this_thread::yield();
         ASSERT_TRUE(process.isRunning()) << "ended too early";
         process.sendSignal(signal);
@@ -28,6 +26,20 @@ protected:
         EXPECT_EQ(result.error, "tarvex_shroud_batch: " + media("sample.mp4") + ": stopped\n");
         EXPECT_EQ(folder_.listing(), "out.mp4");
         EXPECT_EQ(test::readFile(folder_.file("out.mp4")), "old");
+    }
+    /// True once the process no longer ends at once when it gets that signal.
+    static bool catches(int process, int signal) {
+        const std::string status = test::readFile("/proc/" + std::to_string(process) + "/status");
+        const std::size_t at = status.find("SigCgt:");
+        return at != std::string::npos &&
+               (std::stoull(status.substr(at + 7), nullptr, 16) >> (signal - 1) & 1) != 0;
+    }
+    static bool hasOpen(int process, const std::string& file) {
+        std::error_code ended;
+        for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(process) + "/fd", ended))
+            if (fs::read_symlink(entry.path(), ended) == fs::u8path(file))
+                return true;
+        return false;
     }
     uintmax_t draftSize() const {
         for (const auto& entry : fs::directory_iterator(folder_.path()))
@@ -127,10 +139,78 @@ TEST_F(BatchFailure, FullDiskLeavesNothingBehind) {
     EXPECT_EQ(folder_.listing(), "");
 }
 
+TEST_F(BatchFailure, PipesAndDevicesAreNotWaitedFor) {
+    ASSERT_EQ(mkfifo(folder_.file("pipe.mp4").c_str(), 0666), 0);
+    fs::create_symlink("pipe.mp4", folder_.path() / "link.mp4");
+    expectFailure({"pipe.mp4", "out.mp4"}, "pipe.mp4: is not a regular file");
+    expectFailure({"link.mp4", "out.mp4"}, "link.mp4: is not a regular file");
+    expectFailure({"--info", "pipe.mp4"}, "pipe.mp4: is not a regular file");
+    expectFailure({"/dev/zero", "out.mp4"}, "/dev/zero: is not a regular file");
+    expectFailure({"--regions", "pipe.mp4", media("two_frames.mp4"), "out.mp4"},
+                  "pipe.mp4: is not a regular file");
+}
+
+TEST_F(BatchFailure, RegionsThatCannotBeReadToTheEndHideNobody) {
+    expectFailure({"--regions", "/proc/self/mem", media("two_frames.mp4"), "out.mp4"},
+                  "/proc/self/mem: Input/output error");
+}
+
+TEST_F(BatchFailure, ReadOnlyOutputIsLeftAlone) {
+    folder_.write("out.mp4", "old");
+    fs::permissions(folder_.path(), fs::perms::all);
+    fs::permissions(folder_.file("out.mp4"), fs::perms(0444));
+    const test::WithoutPrivileges user;
+    expectFailure({media("two_frames.mp4"), "out.mp4"}, "out.mp4: Permission denied");
+    EXPECT_EQ(test::readFile(folder_.file("out.mp4")), "old");
+}
+
+TEST_F(BatchFailure, UnwritableStandardOutputIsTold) {
+    for (const std::string& arguments :
+         {std::string("--help"), std::string("--version"), "--info '" + media("two_frames.mp4") + "'"}) {
+        test::ProcessStart how = start({});
+        how.arguments = {"-c", "\"$0\" " + arguments + " > /dev/full", how.program};
+        how.program = "/bin/bash";
+        const test::ProcessResult result = test::run(how);
+        EXPECT_EQ(result.exitCode, 1) << arguments;
+        EXPECT_EQ(result.error, "tarvex_shroud_batch: standard output: No space left on device\n");
+    }
+}
+
+TEST_F(BatchFailure, WarningsComeBeforeAFailureOfTheExport) {
+    test::ProcessStart how = start({});
+    how.arguments = {"-c", "ulimit -f 20; exec \"$0\" \"$1\" out.mp4", how.program, media("plain.mp4")};
+    how.program = "/bin/bash";
+    const test::ProcessResult result = test::run(how);
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.error, testing::StartsWith("tarvex_shroud_batch: warning: " + media("plain.mp4") +
+                                                  ": no region applies to any frame, nothing is hidden\n"
+                                                  "tarvex_shroud_batch: "));
+    EXPECT_EQ(std::count(result.error.begin(), result.error.end(), '\n'), 2);
+}
+
+TEST_F(BatchStop, BeforeTheInputIsOpenLeavesNothingBehind) {
+    stopAt(SIGTERM, [&](int process) { return catches(process, SIGTERM); });
+}
+
 TEST_F(BatchStop, WhileReadingLeavesNothingBehind) {
-    stopAt(SIGINT, [&] { return !draft().empty(); });
+    stopAt(SIGINT, [&](int process) { return hasOpen(process, media("sample.mp4")); });
 }
 
 TEST_F(BatchStop, WhileWritingLeavesNothingBehind) {
-    stopAt(SIGTERM, [&] { return draftSize() > 0; });
+    stopAt(SIGTERM, [&](int) { return draftSize() > 0; });
+}
+
+TEST_F(BatchStop, ASignalIgnoredFromTheStartStaysIgnored) {
+    test::ProcessStart how = start({});
+    how.arguments = {"-c", "trap '' HUP INT; exec \"$0\" --mode unblur \"$1\" out.mp4", how.program,
+                     media("sample.mp4")};
+    how.program = "/bin/bash";
+    test::Process process(how);
+    while (draftSize() == 0 && process.isRunning())
+        std::this_thread::yield();
+    ASSERT_TRUE(process.isRunning()) << "ended too early";
+    process.sendSignal(SIGHUP);
+    process.sendSignal(SIGINT);
+    EXPECT_EQ(process.wait().exitCode, 0);
+    EXPECT_EQ(folder_.listing(), "out.mp4");
 }

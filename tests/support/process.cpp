@@ -71,6 +71,8 @@ Process::Process(const ProcessStart& start) {
         throw std::runtime_error("no process");
     if (pid_ > 0)
         return;
+    for (int signal : {SIGINT, SIGTERM, SIGHUP})
+        std::signal(signal, SIG_DFL);
     const int none = open("/dev/null", O_RDONLY);
     const int out = open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
     const int err = start.terminal ? open(terminalName.c_str(), O_WRONLY | O_NOCTTY)

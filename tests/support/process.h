@@ -27,7 +27,8 @@ struct ProcessStart {
     bool terminal = false;
 };
 
-/// A running program. Ended by force if it is still there at the end.
+/// A running program, which is asked to end by the signals for that, whatever the test itself ignores. Ended
+/// by force if it is still there at the end.
 class Process {
 public:
     explicit Process(const ProcessStart& start);
@@ -36,6 +37,7 @@ public:
     Process& operator=(const Process&) = delete;
 
     void sendSignal(int signal) const;
+    int id() const { return pid_; }
     bool isRunning();
     /// Waits for the end, at most two minutes; ends it by force then.
     ProcessResult wait();
