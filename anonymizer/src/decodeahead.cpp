@@ -12,6 +12,7 @@ DecodeAhead::DecodeAhead(std::shared_ptr<video::Decoder> decoder, int32_t width,
 DecodeAhead::~DecodeAhead() {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
+        dropped_ = true;
         stop_ = true;
     }
     changed_.notify_one();
@@ -60,8 +61,8 @@ void DecodeAhead::run() {
 /// False when the stage is being destroyed.
 bool DecodeAhead::waitUntilFree() {
     std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait(lock, [this] { return stop_ || state_ == State::Free; });
-    return !stop_;
+    changed_.wait(lock, [this] { return dropped_ || state_ == State::Free; });
+    return !dropped_;
 }
 
 void DecodeAhead::become(State state) {

@@ -26,8 +26,8 @@ public:
     };
 
     /// From now on until destruction only the stage uses `decoder`. Pictures are converted to width × height
-    /// pixels. `stop` is raised when the stage is destroyed, so that the decoder can give up a long read; it
-    /// is not owned and outlives the stage.
+    /// pixels. `stop` is raised when the stage is destroyed, so that the decoder can give up a long read; who
+    /// raises it earlier ends the video where the decoder gives up. Not owned; outlives the stage.
     DecodeAhead(std::shared_ptr<video::Decoder> decoder, int32_t width, int32_t height,
                 std::atomic<bool>& stop);
     /// Gives up what has been decoded ahead and waits for the thread.
@@ -59,6 +59,7 @@ private:
     std::mutex mutex_;
     std::condition_variable changed_;
     State state_ = State::Free;
+    bool dropped_ = false;
     std::exception_ptr error_;
 
     std::thread thread_;

@@ -1,8 +1,10 @@
 #include "exportworker.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <limits>
 #include <utility>
 
 #include <wx/filefn.h>
@@ -60,10 +62,13 @@ void ExportWorker::OnExit() {
         done_(outcome_.result, outcome_.text);
 }
 
+void ExportWorker::OnDelete() {
+    interrupt_ = true;
+}
+
 ExportWorker::Outcome ExportWorker::exportVideo() {
-    std::atomic<bool> interrupt{false};
     wxString openError;
-    std::shared_ptr<video::Decoder> decoder = openSource(&interrupt, openError);
+    std::shared_ptr<video::Decoder> decoder = openSource(&interrupt_, openError);
 
     if (platform::isSameFile(source_.path, outputPath_))
         return refuse(_("A video cannot be exported onto itself."));
@@ -73,15 +78,14 @@ ExportWorker::Outcome ExportWorker::exportVideo() {
     if (!encoder->isOpen())
         return refuse(encoder->failureText());
 
-    progress_->start(_("Export"), wxString::Format(_("Exporting video %s"), outputPath_),
-                     static_cast<int32_t>(source_.frameCount));
+    progress_->start(_("Export"), wxString::Format(_("Exporting video %s"), outputPath_), progressTotal());
     if (mosaicBlockSize(source_.width, source_.height, kExportBlurDivisor) == 1)
         wxLogMessage("[VideoExportThread] The picture is too small: mosaic cells of one pixel hide nothing");
 
     bool cancelled = false;
     std::exception_ptr error;
     try {
-        DecodeAhead stage(decoder, source_.width, source_.height, interrupt);
+        DecodeAhead stage(decoder, source_.width, source_.height, interrupt_);
         cancelled = exportFrames(stage, *encoder);
     } catch (const std::exception&) {
         error = std::current_exception();
@@ -130,6 +134,7 @@ std::shared_ptr<Encoder_ffmpeg> ExportWorker::chooseEncoder() {
     if (encoder && encoder->isOpen())
         return encoder;
 
+    encoder.reset();
     wxLogMessage("No h264 encoder. Fallback MPEG4");
     settings.codec = video::kCodecMpeg4;
     encoder = makeEncoder(settings);
@@ -143,6 +148,9 @@ bool ExportWorker::exportFrames(DecodeAhead& source, Encoder_ffmpeg& encoder) {
     while (const DecodeAhead::Picture* picture = source.next()) {
         if (TestDestroy())
             return true;
+        lastFrame_ = picture->frameIndex;
+        if (source_.frameCount > 0 && lastFrame_ > source_.frameCount)
+            return false;
         if (picture->converted) {
             const int64_t index = picture->frameIndex;
             const Image* result =
@@ -154,13 +162,21 @@ bool ExportWorker::exportFrames(DecodeAhead& source, Encoder_ffmpeg& encoder) {
         }
         ++counter;
     }
-    return false;
+    return interrupt_;
+}
+
+int32_t ExportWorker::progressTotal() const {
+    constexpr int64_t kLargest = std::numeric_limits<int32_t>::max();
+    return static_cast<int32_t>(std::clamp<int64_t>(source_.frameCount, 0, kLargest));
+}
+
+bool ExportWorker::sourceHasChanged() const {
+    return source_.frameCount > 0 && lastFrame_ != source_.frameCount;
 }
 
 /// Nothing can be written: says so where the progress would have been.
 ExportWorker::Outcome ExportWorker::refuse(const wxString& text) {
-    progress_->start(_("Export"), wxString::Format(_("Exporting video %s"), outputPath_),
-                     static_cast<int32_t>(source_.frameCount));
+    progress_->start(_("Export"), wxString::Format(_("Exporting video %s"), outputPath_), progressTotal());
     progress_->update(0, text);
     progress_->finish();
     return {ExportResult::Failed, text};
@@ -176,6 +192,8 @@ ExportWorker::Outcome ExportWorker::judge(const Encoder_ffmpeg& encoder, bool ca
         return {ExportResult::Cancelled, wxString()};
     if (!openError.empty())
         return {ExportResult::Failed, openError};
+    if (sourceHasChanged())
+        return {ExportResult::Failed, _("The video has changed since it was opened.")};
     if (encoder.encodedFrames() == 0)
         return {ExportResult::Failed, _("The video has no frames to export.")};
     return {ExportResult::Success, wxString()};

@@ -27,10 +27,13 @@ using ExportDone = std::function<void(ExportResult result, const wxString& text)
 /// Writes the anonymised copy of a video on a thread of its own. Detached: it deletes itself when done. The
 /// processor must not be used elsewhere meanwhile.
 ///
-/// Stopped by `wxThread::Delete`, noticed at every frame. The worker is there for certain only until its
-/// completion callback returns: whoever wants to stop it takes a lock that the callback takes too, and calls
-/// `Delete` while the callback has not run. At program exit a worker that still runs is cut off, so wait for
-/// the callback first.
+/// A source that no longer has as many frames as `VideoInfo::frameCount` says fails: frames beyond that count
+/// have no rectangles, so they are never written. 0 means that the count is not known.
+///
+/// Stopped by `wxThread::Delete`, noticed at every frame and inside a long read. The worker is there for
+/// certain only until its completion callback returns: whoever wants to stop it takes a lock that the
+/// callback takes too, and calls `Delete` while the callback has not run. At program exit a worker that still
+/// runs is cut off, so wait for the callback first.
 class ExportWorker : public wxThread {
 public:
     /// `threshold` in percent. `progress` is not owned and outlives the worker.
@@ -44,6 +47,8 @@ public:
 protected:
     ExitCode Entry() override;
     void OnExit() override;
+    /// On the thread that calls `Delete`.
+    void OnDelete() override;
 
     /// Opens the source; an opening that fails gives a decoder that delivers no frame. The decoder gives up
     /// reading while `*interrupt` is true. Replaced by tests only.
@@ -61,6 +66,8 @@ private:
     std::shared_ptr<Encoder_ffmpeg> chooseEncoder();
     bool exportFrames(DecodeAhead& source, Encoder_ffmpeg& encoder);
     Outcome refuse(const wxString& text);
+    int32_t progressTotal() const;
+    bool sourceHasChanged() const;
     Outcome judge(const Encoder_ffmpeg& encoder, bool cancelled, const wxString& openError) const;
     void removeOutput() const;
 
@@ -73,6 +80,10 @@ private:
     Outcome outcome_;
     /// An encoder has opened the output file, which emptied it.
     bool touchedOutput_ = false;
+    /// Number of the frame decoded last.
+    int64_t lastFrame_ = 0;
+    /// Ends the decoder's reading. Set by any thread.
+    std::atomic<bool> interrupt_{false};
 };
 
 /// Makes a worker for `mode` (a switches::EditingMode) with the confidence threshold in force now. The caller

@@ -27,10 +27,11 @@ bool isFullRange(const AVFrame& frame) {
     }
 }
 
-bool scale(SwsContext* scaler, const AVFrame& picture, uint8_t* target, std::size_t stride) {
+/// False unless every row has been written: the others would keep what was there.
+bool scale(SwsContext* scaler, const AVFrame& picture, uint8_t* target, std::size_t stride, int rows) {
     uint8_t* const planes[] = {target, nullptr, nullptr, nullptr};
     const int strides[] = {static_cast<int>(stride), 0, 0, 0};
-    return sws_scale(scaler, picture.data, picture.linesize, 0, picture.height, planes, strides) > 0;
+    return sws_scale(scaler, picture.data, picture.linesize, 0, picture.height, planes, strides) == rows;
 }
 
 } // namespace
@@ -49,14 +50,14 @@ bool RgbaConverter::convert(const AVFrame& picture, int32_t matrix, pxl::Image& 
     const std::size_t rowBytes = 4 * static_cast<std::size_t>(target.width);
     const auto rows = static_cast<std::size_t>(target.height);
     if (target.width % kScalerBlock == 0)
-        return scale(scaler.get(), picture, pixels, rowBytes);
+        return scale(scaler.get(), picture, pixels, rowBytes, target.height);
 
     // Into rows of any other width the scaler would write past the end, or leave the last columns as they
     // were.
     const std::size_t blocks = (static_cast<std::size_t>(target.width) + kScalerBlock - 1) / kScalerBlock;
     const std::size_t paddedBytes = 4 * blocks * kScalerBlock;
     uint8_t* padded = paddedRows(paddedBytes * rows);
-    if (!padded || !scale(scaler.get(), picture, padded, paddedBytes))
+    if (!padded || !scale(scaler.get(), picture, padded, paddedBytes, target.height))
         return false;
     for (std::size_t row = 0; row < rows; ++row)
         std::memcpy(pixels + row * rowBytes, padded + row * paddedBytes, rowBytes);

@@ -260,6 +260,7 @@ bool Decoder_ffmpeg::seek(int frame) {
     if (frame > info(stated).frameCount)
         return false;
     reset();
+    seekPending_ = false;
     const int64_t landing = std::max<int64_t>(0, static_cast<int64_t>(frame) - codecContext_->gop_size -
                                                      codecContext_->delay - 1);
     if (av_seek_frame(format_.get(), streamIndex_, frameDts_[landing], AVSEEK_FLAG_BACKWARD) < 0)

@@ -66,6 +66,9 @@ constexpr double kHighestRate = 1e6;
 constexpr int kPlaneAlignment = 32;
 /// The scaler writes whole vectors, past the last row's end too.
 constexpr int kPlanePadding = 64;
+/// The scaler reads the pixels of a row in blocks, and for the chroma planes in pairs.
+constexpr int kSourceBlock = 32;
+constexpr int kSmallestBlock = 8;
 
 #ifdef AV_PROFILE_H264_MAIN
 constexpr int kH264Main = AV_PROFILE_H264_MAIN;
@@ -89,10 +92,13 @@ bool isUsableRate(double fps) {
 Encoder_ffmpeg::Encoder_ffmpeg(const video::EncoderSettings& settings)
     : settings_(settings), spareFrame_(av_frame_alloc()), sourceFrame_(av_frame_alloc()),
       yuvFrame_(av_frame_alloc()), packet_(av_packet_alloc()) {
-    if (!spareFrame_ || !sourceFrame_ || !yuvFrame_ || !packet_)
-        throw std::bad_alloc();
     ffmpeg::initialiseOnce();
-    open_ = construct();
+    try {
+        open_ = construct();
+    } catch (const std::bad_alloc&) {
+        format_.reset(); // closes the file
+        stop("[video encoder] Could not allocate context", AVERROR(ENOMEM));
+    }
 }
 
 Encoder_ffmpeg::~Encoder_ffmpeg() = default;
@@ -106,6 +112,8 @@ bool Encoder_ffmpeg::isOpen() const {
 }
 
 bool Encoder_ffmpeg::construct() {
+    if (!spareFrame_ || !sourceFrame_ || !yuvFrame_ || !packet_)
+        return stop("[video encoder] Could not allocate context", AVERROR(ENOMEM));
     const std::string path = ffmpeg::filePath(settings_.path);
     const AVOutputFormat* outputFormat = av_guess_format(nullptr, path.c_str(), nullptr);
     if (!outputFormat)
@@ -135,6 +143,12 @@ bool Encoder_ffmpeg::construct() {
     if (code < 0)
         return stop("[video encoder] Could not open video codec", code);
 
+    const int size = av_image_get_buffer_size(codecContext_->pix_fmt, codecContext_->width,
+                                              codecContext_->height, kPlaneAlignment);
+    yuvBuffers_.reset(av_buffer_pool_init(static_cast<std::size_t>(size) + kPlanePadding, nullptr));
+    if (!yuvBuffers_)
+        return stop("[video encoder] Could not allocate context", AVERROR(ENOMEM));
+
     if (!(format->oformat->flags & AVFMT_NOFILE)) {
         code = avio_open(&format->pb, path.c_str(), AVIO_FLAG_WRITE);
         if (code < 0)
@@ -154,11 +168,6 @@ bool Encoder_ffmpeg::construct() {
         return stop("[video encoder] Could not write header", code);
     }
 
-    const int size = av_image_get_buffer_size(codecContext_->pix_fmt, codecContext_->width,
-                                              codecContext_->height, kPlaneAlignment);
-    yuvBuffers_.reset(av_buffer_pool_init(static_cast<std::size_t>(size) + kPlanePadding, nullptr));
-    if (!yuvBuffers_)
-        throw std::bad_alloc();
     return true;
 }
 
@@ -203,8 +212,8 @@ void Encoder_ffmpeg::encode(std::shared_ptr<video::Frame> frame) {
     }
     const int64_t index = frameCount_++;
     const pxl::Image* image = frame ? frame->image() : nullptr;
-    if (!image || image->empty() || !convert(*image)) {
-        note(AVERROR(EINVAL));
+    if (const int converted = image && !image->empty() ? convert(*image) : AVERROR(EINVAL); converted < 0) {
+        note(converted);
         return;
     }
 
@@ -226,38 +235,64 @@ void Encoder_ffmpeg::encode(std::shared_ptr<video::Frame> frame) {
     drain();
 }
 
-bool Encoder_ffmpeg::convert(const pxl::Image& image) {
+/// Negative when there is no memory or no scaler for the picture.
+int Encoder_ffmpeg::convert(const pxl::Image& image) {
     AVFrame& target = *yuvFrame_;
     target.format = codecContext_->pix_fmt;
     target.width = codecContext_->width;
     target.height = codecContext_->height;
     target.buf[0] = av_buffer_pool_get(yuvBuffers_.get());
     if (!target.buf[0])
-        throw std::bad_alloc();
+        return AVERROR(ENOMEM);
     av_image_fill_arrays(target.data, target.linesize, target.buf[0]->data, codecContext_->pix_fmt,
                          target.width, target.height, kPlaneAlignment);
+    // A row that is left out would keep what an earlier frame had there.
+    if (scale(image) == target.height)
+        return 0;
+    av_frame_unref(&target);
+    return AVERROR(EINVAL);
+}
 
+/// Number of rows written into the planes.
+int Encoder_ffmpeg::scale(const pxl::Image& image) {
+    AVFrame& target = *yuvFrame_;
+    const pxl::Image& rows = readable(image);
     AVFrame& source = *sourceFrame_;
     source.format = AV_PIX_FMT_RGBA;
     source.width = image.width;
     source.height = image.height;
-    source.data[0] = reinterpret_cast<uint8_t*>(image.pixels);
-    source.linesize[0] = image.width * 4;
+    source.data[0] = reinterpret_cast<uint8_t*>(rows.pixels);
+    source.linesize[0] = rows.width * 4;
 
     const ffmpeg::Scaler scaler(sws_getContext(image.width, image.height, AV_PIX_FMT_RGBA, target.width,
                                                target.height, codecContext_->pix_fmt, SWS_BILINEAR, nullptr,
                                                nullptr, nullptr));
-    int rows = 0;
+    int written = 0;
     if (scaler) {
         if (settings_.colorMatrix != video::kColorMatrixUnspecified)
             ffmpeg::setRgbToYuv(scaler.get(), settings_.colorMatrix, false);
-        rows = sws_scale(scaler.get(), source.data, source.linesize, 0, image.height, target.data,
-                         target.linesize);
+        written = sws_scale(scaler.get(), source.data, source.linesize, 0, image.height, target.data,
+                            target.linesize);
     }
     source.data[0] = nullptr;
-    if (rows <= 0)
-        av_frame_unref(&target);
-    return rows > 0;
+    return written;
+}
+
+/// The picture itself, or where the scaler would read past its rows, a copy in longer ones: their last pixel
+/// goes on to the end, for it is averaged with the one that follows it.
+const pxl::Image& Encoder_ffmpeg::readable(const pxl::Image& image) {
+    if (image.width % 2 == 0 && image.width >= kSmallestBlock)
+        return image;
+    const int32_t width = (image.width + 2 * kSourceBlock - 1) / kSourceBlock * kSourceBlock;
+    if (paddedSource_.width != width || paddedSource_.height != image.height)
+        paddedSource_ = pxl::Image(width, image.height);
+    for (int32_t row = 0; row < image.height; ++row) {
+        const uint32_t* from =
+            image.pixels + static_cast<std::size_t>(row) * static_cast<std::size_t>(image.width);
+        uint32_t* to = paddedSource_.pixels + static_cast<std::size_t>(row) * static_cast<std::size_t>(width);
+        std::fill(std::copy_n(from, image.width, to), to + width, from[image.width - 1]);
+    }
+    return paddedSource_;
 }
 
 void Encoder_ffmpeg::drain() {

@@ -7,6 +7,7 @@
 #include <wx/string.h>
 
 #include "ffmpeg_handles.h"
+#include "pxl/image.h"
 #include "video_backend.h"
 
 struct AVBufferPool;
@@ -42,7 +43,8 @@ int64_t timestampOf(int64_t index, TimeBase base, double fps);
 ///
 /// Construction goes step by step; the first step that fails logs its line at error level and leaves the
 /// encoder closed for good: `encode` and `finish` then only log. A frame rate that is not a number, not
-/// positive or absurd fails like a codec that can't be opened. Nothing throws but std::bad_alloc.
+/// positive or absurd fails like a codec that can't be opened. Too little memory is a failed step too: only
+/// `encode` may throw, and nothing but std::bad_alloc.
 ///
 /// The planes are made by the settings' colour matrix, limited range; a matrix that is stated is stated in
 /// the output too, and nothing else is set than the codec's choice of profile and the length of a group of
@@ -78,7 +80,9 @@ private:
     bool construct();
     bool stop(const char* line, int code);
     void configure(const AVCodec* codec);
-    bool convert(const pxl::Image& image);
+    int convert(const pxl::Image& image);
+    int scale(const pxl::Image& image);
+    const pxl::Image& readable(const pxl::Image& image);
     void drain();
     void write();
     void note(int code);
@@ -97,6 +101,8 @@ private:
     AVStream* stream_ = nullptr;
     /// The planes: a buffer that the codec still holds is never written again, a returned one is reused.
     ffmpeg::BufferPool yuvBuffers_;
+    /// Copy of a picture that the scaler would read past the end of.
+    pxl::Image paddedSource_;
     /// Frames passed to `encode`, those that failed too: a lost one leaves a gap in time.
     int64_t frameCount_ = 0;
     int64_t encodedFrames_ = 0;

@@ -145,3 +145,28 @@ TEST(DecodeAhead, DroppingItRaisesTheStopFlagInsideALongRead) {
     }
     EXPECT_EQ(decoder->decoded, 1);
 }
+
+TEST(DecodeAhead, StopFlagRaisedByOthersEndsTheVideoForTheOneWhoWaits) {
+    std::atomic<bool> stop{false};
+    std::promise<void> reading;
+    const auto decoder = std::make_shared<CountingDecoder>(5);
+    decoder->onNext = [&] {
+        if (decoder->decoded < 2)
+            return;
+        reading.set_value();
+        while (!stop)
+            std::this_thread::yield();
+        decoder->onNext = nullptr;
+        throw std::runtime_error("interrupted");
+    };
+    DecodeAhead stage(decoder, 4, 2, stop);
+    EXPECT_TRUE(stage.next());
+    EXPECT_TRUE(stage.next());
+    std::thread other([&] {
+        reading.get_future().wait();
+        stop = true;
+    });
+    EXPECT_THROW(stage.next(), std::runtime_error);
+    EXPECT_FALSE(stage.next());
+    other.join();
+}

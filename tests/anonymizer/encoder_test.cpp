@@ -1,6 +1,11 @@
 #include "video_backend_ffmpeg_encoder.h"
 
+extern "C" {
+#include <libavutil/mem.h>
+}
+
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
@@ -8,6 +13,11 @@
 #include <memory>
 #include <set>
 #include <vector>
+
+#ifdef __linux__
+#include <sys/mman.h>
+#include <unistd.h>
+#endif
 
 #include <gtest/gtest.h>
 #include <wx/filefn.h>
@@ -149,6 +159,15 @@ TEST(Encoder, UnusableFrameRatesAndSizesFailAtTheCodec) {
     }
     EXPECT_FALSE(wxFileName::Exists(dir.file("rate.mp4")));
     EXPECT_FALSE(wxFileName::Exists(dir.file("size.mp4")));
+}
+
+TEST(Encoder, TooLittleMemoryFailsTheConstruction) {
+    const TempDir dir;
+    const auto settings = settingsFor(dir.file("clip.mp4"));
+    av_max_alloc(1);
+    expectConstructionFails(settings, "[video encoder] Could not allocate context");
+    av_max_alloc(INT_MAX);
+    EXPECT_FALSE(wxFileName::Exists(settings.path));
 }
 
 TEST(Encoder, MissingFolderFailsAtTheFile) {
@@ -326,6 +345,86 @@ TEST(Encoder, EveryColumnIsWrittenWhateverTheWidth) {
         }
     }
 }
+
+#ifdef __linux__
+namespace {
+
+/// A picture whose first or last pixel lies next to memory that can't be read.
+class FencedPicture : public video::Frame {
+public:
+    FencedPicture(int width, int height, bool atTheEnd) {
+        const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+        const std::size_t bytes = 4 * static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+        const std::size_t inner = (bytes + page - 1) / page * page;
+        size_ = inner + 2 * page;
+        memory_ = static_cast<char*>(mmap(nullptr, size_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+        mprotect(memory_ + page, inner, PROT_READ | PROT_WRITE);
+        image_ = pxl::Image::view(
+            width, height, reinterpret_cast<uint32_t*>(memory_ + page + (atTheEnd ? inner - bytes : 0)));
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x)
+                image_.pixels[y * width + x] = x == width - 1 ? kRed : x == 0 ? kBlue : kRed;
+    }
+    ~FencedPicture() override { munmap(memory_, size_); }
+    FencedPicture(const FencedPicture&) = delete;
+    FencedPicture& operator=(const FencedPicture&) = delete;
+    const pxl::Image* image() const override { return &image_; }
+    int64_t frameIndex() const override { return 1; }
+
+private:
+    static constexpr uint32_t kRed = 0xFF0000C0;
+    static constexpr uint32_t kBlue = 0xFFC00000;
+
+    char* memory_ = nullptr;
+    std::size_t size_ = 0;
+    pxl::Image image_;
+};
+
+} // namespace
+
+TEST(Encoder, ReadsNothingBeyondThePictureWhateverItsWidth) {
+    const TempDir dir;
+    std::vector<int> widths;
+    for (int width = 1; width <= 130; ++width)
+        widths.push_back(width);
+    for (const int width : {319, 321, 322, 426, 639, 853, 854, 855, 1079, 1080, 1366, 1919, 1921, 1922, 1999})
+        widths.push_back(width);
+    for (const int width : widths)
+        for (const bool scaled : {false, true}) {
+            auto settings = settingsFor(dir.file("clip.mp4"));
+            settings.width = scaled ? 64 : width;
+            settings.height = scaled ? 48 : 1 + width % 5;
+            settings.codec = video::kCodecMpeg4;
+            Encoder_ffmpeg encoder(settings);
+            ASSERT_TRUE(encoder.isOpen()) << width;
+            for (const bool atTheEnd : {true, false})
+                encoder.encode(std::make_shared<FencedPicture>(width, 1 + width % 5, atTheEnd));
+            encoder.finish();
+            EXPECT_EQ(encoder.encodedFrames(), 2) << width;
+        }
+}
+
+TEST(Encoder, LastColumnOfAnOddWidthIsNotMixedWithTheNextRow) {
+    const TempDir dir;
+    for (const int width : {33, 65, 321}) {
+        auto settings = settingsFor(dir.file("clip.mp4"));
+        settings.width = width;
+        settings.height = 32;
+        settings.codec = video::kCodecMpeg4;
+        Encoder_ffmpeg encoder(settings);
+        encoder.encode(std::make_shared<FencedPicture>(width, 32, true));
+        encoder.finish();
+        const auto planes = test::decodeAll(settings.path, "yuv420p");
+        const auto columns = static_cast<std::size_t>(width + 1) / 2;
+        const std::size_t luma = static_cast<std::size_t>(width) * 32;
+        ASSERT_EQ(planes.size(), luma + 2 * columns * 16);
+        for (std::size_t row = 0; row < 32; ++row) // of both chroma planes
+            EXPECT_NEAR(planes[luma + row * columns + columns - 1],
+                        planes[luma + row * columns + columns - 6], 8)
+                << width << " row " << row;
+    }
+}
+#endif
 
 TEST(Encoder, MissingPictureLeavesAGapAndIsReportedOnce) {
     const TempDir dir;

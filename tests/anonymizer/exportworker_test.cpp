@@ -43,6 +43,29 @@ private:
     std::function<bool(int64_t)> convertible_;
 };
 
+/// Does not come back from decoding frame `stalledFrame` before it is interrupted.
+class StallingDecoder : public FlawedDecoder {
+public:
+    StallingDecoder(std::shared_ptr<video::Decoder> inner, const std::atomic<bool>* interrupt,
+                    int64_t stalledFrame, std::promise<void>& stalled)
+        : FlawedDecoder(std::move(inner), [](int64_t) { return true; }), interrupt_(interrupt),
+          stalledFrame_(stalledFrame), stalled_(stalled) {}
+
+    bool next() override {
+        if (frameIndex() + 1 < stalledFrame_)
+            return FlawedDecoder::next();
+        stalled_.set_value();
+        while (!*interrupt_)
+            std::this_thread::yield();
+        return false;
+    }
+
+private:
+    const std::atomic<bool>* interrupt_;
+    int64_t stalledFrame_;
+    std::promise<void>& stalled_;
+};
+
 class ThrowingProcessor : public IImageProcessor {
 public:
     const Image* process(const Image&, int32_t, int32_t) override {
@@ -374,7 +397,131 @@ TEST_F(ExportWorkerTest, SourceIsNeverWrittenTo) {
     }
 }
 
+TEST_F(ExportWorkerTest, EveryTruncatedSourceGivesTheFramesOfTheScanOrFailsClearly) {
+    int successes = 0;
+    for (int at = 0; at < 10; ++at) {
+        const std::string clip = "truncated_" + std::to_string(at) + ".mp4";
+        const auto info = prepare(clip);
+        std::promise<std::pair<ExportResult, std::string>> ended;
+        auto* worker = createExportWorker(switches::kBlurMode, output, info, &progress);
+        worker->setDone([&ended](ExportResult result, const wxString& text) {
+            ended.set_value({result, text.utf8_string()});
+        });
+        ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
+        const auto [result, text] = ended.get_future().get();
+        if (result == ExportResult::Success) {
+            EXPECT_GT(info.frameCount, 0) << clip;
+            EXPECT_EQ(test::probe(output).packets.size(), static_cast<std::size_t>(info.frameCount)) << clip;
+            ++successes;
+        } else {
+            EXPECT_EQ(info.frameCount, 0) << clip;
+            EXPECT_EQ(text, "The video has no frames to export.") << clip;
+            EXPECT_FALSE(exists(output)) << clip;
+        }
+    }
+    EXPECT_GE(successes, 8);
+}
+
+// --- Sources that change between the scan and the export
+
+TEST_F(ExportWorkerTest, SourceThatHasGrownFailsAndNoFrameBeyondTheCountIsWritten) {
+    auto info = prepare("truncated_5.mp4");
+    ASSERT_GT(info.frameCount, 0);
+    dir.write("growing.mp4", bytesOf(test::clipPath("truncated_9.mp4")));
+    info.path = dir.file("growing.mp4");
+    int64_t last = 0;
+    auto* worker = makeWorker(info);
+    worker->encoderFor = [&last](const video::EncoderSettings& settings) {
+        struct Watched : Encoder_ffmpeg {
+            Watched(const video::EncoderSettings& chosen, int64_t& number)
+                : Encoder_ffmpeg(chosen), last(number) {}
+            void encode(std::shared_ptr<video::Frame> frame) override {
+                last = frame->frameIndex();
+                Encoder_ffmpeg::encode(std::move(frame));
+            }
+            int64_t& last;
+        };
+        return std::make_shared<Watched>(settings, last);
+    };
+    const auto ended = run(worker);
+    EXPECT_EQ(ended.result, ExportResult::Failed);
+    EXPECT_EQ(ended.text, "The video has changed since it was opened.");
+    EXPECT_EQ(last, info.frameCount);
+    EXPECT_EQ(progress.calls().back(), "finish");
+    EXPECT_FALSE(exists(output));
+}
+
+TEST_F(ExportWorkerTest, SourceThatHasShrunkFails) {
+    auto info = prepare("truncated_9.mp4");
+    dir.write("shrinking.mp4", bytesOf(test::clipPath("truncated_5.mp4")));
+    info.path = dir.file("shrinking.mp4");
+    const auto ended = run(makeWorker(info));
+    EXPECT_EQ(ended.result, ExportResult::Failed);
+    EXPECT_EQ(ended.text, "The video has changed since it was opened.");
+    EXPECT_FALSE(exists(output));
+}
+
+TEST_F(ExportWorkerTest, UnknownFrameCountTakesTheFramesThatThereAre) {
+    auto info = prepare("plain.mp4");
+    info.frameCount = 0;
+    EXPECT_EQ(run(makeWorker(info)).result, ExportResult::Success);
+    EXPECT_EQ(test::probe(output).packets.size(), 250u);
+}
+
+TEST_F(ExportWorkerTest, TotalOfTheProgressStaysWithinItsType) {
+    auto info = prepare("two_frames.mp4");
+    info.frameCount = int64_t{1} << 33;
+    run(makeWorker(info));
+    EXPECT_EQ(progress.calls().front(),
+              "start Export|Exporting video " + output.utf8_string() + "|2147483647");
+}
+
 // --- Being stopped, and failing on the way
+
+TEST_F(ExportWorkerTest, StopRequestReachesAStalledRead) {
+    for (const int64_t stalledFrame : {1, 5}) {
+        std::promise<void> stalled;
+        const std::atomic<bool>* interrupt = nullptr;
+        auto outcome = std::make_shared<std::promise<ExportResult>>();
+        auto* worker =
+            new test::TestWorker(prepare("plain.mp4"), output, 50, &progress, std::make_shared<Frameblur>());
+        worker->onOpen = [&](const std::atomic<bool>* flag) { interrupt = flag; };
+        worker->wrapDecoder = [&](std::shared_ptr<video::Decoder> decoder) {
+            return std::make_shared<StallingDecoder>(std::move(decoder), interrupt, stalledFrame, stalled);
+        };
+        worker->setDone([outcome](ExportResult result, const wxString&) { outcome->set_value(result); });
+        ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
+        stalled.get_future().wait();
+        worker->Delete();
+        EXPECT_EQ(outcome->get_future().get(), ExportResult::Cancelled);
+        EXPECT_EQ(test::probe(output).packets.size(), static_cast<std::size_t>(stalledFrame - 1));
+    }
+}
+
+TEST_F(ExportWorkerTest, RefusedEncoderIsGoneBeforeTheNextIsMade) {
+    std::weak_ptr<Encoder_ffmpeg> first;
+    bool gone = false;
+    auto* worker = makeWorker(prepare("odd_321x181.mp4"));
+    worker->encoderFor = [&](const video::EncoderSettings& settings) {
+        gone = first.expired();
+        auto encoder = std::make_shared<Encoder_ffmpeg>(settings);
+        if (settings.codec == video::kCodecH264)
+            first = encoder;
+        return encoder;
+    };
+    EXPECT_EQ(run(worker).result, ExportResult::Success);
+    EXPECT_TRUE(gone);
+}
+
+TEST_F(ExportWorkerTest, TooLittleMemoryForTheEncoderLeavesAnExistingFileAlone) {
+    auto* worker = makeWorker(prepare("two_frames.mp4"));
+    dir.write("out.mp4", "precious");
+    worker->encoderFor = [](const video::EncoderSettings&) -> std::shared_ptr<Encoder_ffmpeg> {
+        throw std::bad_alloc();
+    };
+    EXPECT_EQ(run(worker).result, ExportResult::Failed);
+    EXPECT_EQ(bytesOf(output), "precious");
+}
 
 TEST_F(ExportWorkerTest, CancelledExportLeavesAReadableShorterFile) {
     std::promise<void> reached;

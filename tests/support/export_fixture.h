@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <future>
@@ -28,11 +29,15 @@ class TestWorker : public ExportWorker {
 public:
     using ExportWorker::ExportWorker;
 
+    /// Is told the flag that interrupts the decoder.
+    std::function<void(const std::atomic<bool>*)> onOpen;
     std::function<std::shared_ptr<video::Decoder>(std::shared_ptr<video::Decoder>)> wrapDecoder;
     std::function<std::shared_ptr<Encoder_ffmpeg>(const video::EncoderSettings&)> encoderFor;
 
 protected:
     std::shared_ptr<video::Decoder> openSource(const std::atomic<bool>* interrupt, wxString& error) override {
+        if (onOpen)
+            onOpen(interrupt);
         auto decoder = ExportWorker::openSource(interrupt, error);
         return wrapDecoder ? wrapDecoder(std::move(decoder)) : decoder;
     }
