@@ -93,7 +93,7 @@ int64_t fileSize(const wxString& path) {
 }
 
 /// The same frames by the command-line tool, at a rate it is told outright.
-int64_t referenceSize(const TempDir& dir, double fps, int count) {
+int64_t referenceSize(const TempDir& dir, double fps, int count, const std::string& encoding) {
     const wxString raw = dir.file("frames.raw");
     {
         std::ofstream file(raw.utf8_string(), std::ios::binary);
@@ -105,7 +105,7 @@ int64_t referenceSize(const TempDir& dir, double fps, int count) {
     }
     const wxString result = dir.file("reference.mp4");
     test::outputOf("ffmpeg -y -v error -f rawvideo -pix_fmt rgba -s 32x32 -r " + std::to_string(fps) +
-                   " -i " + test::quoted(raw) + " -c:v libx264 -profile:v main -g 12 -pix_fmt yuv420p " +
+                   " -i " + test::quoted(raw) + " -pix_fmt yuv420p -g 12 " + encoding + ' ' +
                    test::quoted(result));
     return fileSize(result);
 }
@@ -247,9 +247,26 @@ TEST(EncoderTiming, TimeScaleDoesNotBlowUpTheBitRate) {
     for (const double fps : {1.0, 12.5, 25.0, 29.97, 33.37, 50.3, 60.0, 120.0, 240.0, 1000.0}) {
         encodeClip(path, fps, 100);
         const double size = static_cast<double>(fileSize(path));
-        const double reference = static_cast<double>(referenceSize(dir, fps, 100));
+        const double reference =
+            static_cast<double>(referenceSize(dir, fps, 100, "-c:v libx264 -profile:v main"));
         ASSERT_GT(reference, 1000) << fps;
         EXPECT_LT(size, 1.1 * reference) << fps;
+        EXPECT_GT(size, 0.7 * reference) << fps;
+    }
+}
+
+TEST(EncoderTiming, NorThatOfMpeg4) {
+    // The encoder's bit rate is a fixed one, so how many bits a frame gets depends on what it takes for the
+    // rate.
+    const TempDir dir;
+    const wxString path = dir.file("clip.mp4");
+    for (const double fps : {1.0, 12.5, 25.0, 29.97, 33.37, 50.3, 60.0, 120.0, 240.0, 1000.0}) {
+        encodeClip(path, fps, 100, video::kCodecMpeg4);
+        const double size = static_cast<double>(fileSize(path));
+        const double reference =
+            static_cast<double>(referenceSize(dir, fps, 100, "-c:v mpeg4 -flags +mv4 -mbd rd -trellis 2"));
+        ASSERT_GT(reference, 1000) << fps;
+        EXPECT_LT(size, 1.25 * reference) << fps;
         EXPECT_GT(size, 0.7 * reference) << fps;
     }
 }

@@ -160,6 +160,22 @@ TEST_F(ExportContent, AtTheLastFrameToo) {
     expectExactlyOneFrameIsHidden("open_gop.mp4", 148);
 }
 
+TEST_F(ExportContent, WithMpeg4BFramesToo) {
+    expectExactlyOneFrameIsHidden("mpeg4_bframes.mp4", 50);
+}
+
+TEST_F(ExportContent, WithAnEditListToo) {
+    expectExactlyOneFrameIsHidden("edit_list.mp4", 30);
+}
+
+TEST_F(ExportContent, WithFragmentsToo) {
+    expectExactlyOneFrameIsHidden("fragmented.mp4", 120);
+}
+
+TEST_F(ExportContent, WithHevcToo) {
+    expectExactlyOneFrameIsHidden("hevc.mp4", 73);
+}
+
 TEST_F(ExportContent, EveryCellInsideARectangleHasOneColourAndTheRestIsUntouched) {
     const auto info = prepare("two_frames.mp4");
     // Across the left and top edge, across the right and bottom edge with its partial cells, and inside.
@@ -265,6 +281,36 @@ TEST_F(ExportContent, PlanesOutsideRectanglesStayAsTheyWere) {
         EXPECT_LT(meanDifference(before, after, luma * 5 / 4, luma / 4, frame), 1.2) << clip;
         EXPECT_EQ(test::probe(output).stream["color_space"], test::probe(info.path).stream["color_space"])
             << clip;
+    }
+}
+
+TEST_F(ExportContent, PlanesOutsideRectanglesStayNearForOtherCodecsAndDepths) {
+    // The tool turns the source into 8 bits, 4:2:0 by its own way.
+    for (const char* clip : {"h264_10bit.mp4", "hevc.mp4", "prores.mov"}) {
+        const auto info = prepare(clip);
+        const blurtrack::RectF rect{0, 0, 320, 90};
+        for (int64_t frame = 1; frame <= info.frameCount; ++frame)
+            addBlur(frame, rect);
+        ASSERT_EQ(exportWith(switches::kBlurMode, info), ExportResult::Success) << clip;
+        auto before = test::decodeAll(info.path, "yuv420p");
+        const auto after = test::decodeAll(output, "yuv420p");
+        const std::size_t luma = 320 * 180;
+        const std::size_t frame = luma * 3 / 2;
+        ASSERT_EQ(after.size(), static_cast<std::size_t>(info.frameCount) * frame) << clip;
+        ASSERT_GE(before.size(), after.size()) << clip;
+        before.resize(after.size());
+        // The lower half of each plane, but for the blocks that the rectangle's edge runs through.
+        EXPECT_LT(meanDifference(before, after, 320 * 112, 320 * 68, frame), 4.0) << clip;
+        for (const std::size_t plane : {luma, luma * 5 / 4}) {
+            EXPECT_LT(meanDifference(before, after, plane + 160 * 56, 160 * 34, frame), 4.0) << clip;
+            int64_t shift = 0;
+            std::size_t count = 0;
+            for (std::size_t start = plane + 160 * 56; start < after.size(); start += frame)
+                for (std::size_t at = start; at < start + 160 * 34; ++at, ++count)
+                    shift += before[at] - after[at];
+            EXPECT_LT(std::abs(static_cast<double>(shift)) / static_cast<double>(count), 0.7) << clip;
+        }
+        blurtrack::clear();
     }
 }
 
