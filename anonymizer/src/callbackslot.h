@@ -26,26 +26,41 @@ public:
         ended_.wait(lock, [&] { return finished_ >= begun; });
     }
 
-    /// Always the same thread. Does nothing when the slot is empty.
+    /// Always the same thread. Does nothing when the slot is empty. What the function throws comes through.
     void call(Arguments... arguments) {
-        Function copy;
-        {
-            const std::lock_guard<std::mutex> lock(mutex_);
-            if (!function_)
-                return;
-            copy = function_;
-            caller_ = std::this_thread::get_id();
-            ++begun_;
-        }
-        copy(std::move(arguments)...);
-        copy = nullptr;
-        const std::lock_guard<std::mutex> lock(mutex_);
-        caller_ = std::thread::id();
-        ++finished_;
-        ended_.notify_all();
+        const Call running(*this);
+        if (running.function)
+            running.function(std::move(arguments)...);
     }
 
 private:
+    /// A call under way, whichever way it ends.
+    struct Call {
+        explicit Call(CallbackSlot& calledSlot) : slot(calledSlot) {
+            const std::lock_guard<std::mutex> lock(slot.mutex_);
+            if (!slot.function_)
+                return;
+            function = slot.function_;
+            slot.caller_ = std::this_thread::get_id();
+            ++slot.begun_;
+        }
+        ~Call() {
+            if (!function)
+                return;
+            // Before anybody learns that the call is over: it may own what the receiver wants gone.
+            function = nullptr;
+            const std::lock_guard<std::mutex> lock(slot.mutex_);
+            slot.caller_ = std::thread::id();
+            ++slot.finished_;
+            slot.ended_.notify_all();
+        }
+        Call(const Call&) = delete;
+        Call& operator=(const Call&) = delete;
+
+        CallbackSlot& slot;
+        Function function;
+    };
+
     std::mutex mutex_;
     std::condition_variable ended_;
     // Guarded by mutex_.

@@ -13,8 +13,7 @@
 namespace {
 
 VideoPlayer::Pacing realTime() {
-    return {[] { return std::chrono::steady_clock::now(); },
-            [](int64_t milliseconds) { wxThread::Sleep(static_cast<unsigned long>(milliseconds)); }};
+    return {[] { return std::chrono::steady_clock::now(); }, {}};
 }
 
 } // namespace
@@ -79,6 +78,10 @@ void VideoPlayer::stop() {
 
 void VideoPlayer::seek(int frame) {
     thread_->post(playercommand::make(playercommand::kSeek, frame));
+}
+
+bool VideoPlayer::isSeekPending() const {
+    return thread_->isSeekPending();
 }
 
 void VideoPlayer::setOnFrame(OnFrame callback) {

@@ -39,6 +39,7 @@ public:
     /// Where the play loop takes the time from and how it waits for the next frame; replaced by tests only.
     struct Pacing {
         std::function<std::chrono::steady_clock::time_point()> now;
+        /// Empty for a wait that a command or the end of the thread cuts short.
         std::function<void(int64_t milliseconds)> sleep;
     };
 
@@ -67,6 +68,9 @@ public:
     /// Delivers exactly frame `frame`, from 1, and ends playing. Returns at once. Of seeks that wait, only
     /// the last is carried out; a number outside the video delivers nothing.
     void seek(int frame);
+    /// A seek has been asked for and its frame is not yet delivered: the last picture is not the one to come.
+    /// Any thread.
+    bool isSeekPending() const;
 
     /// Callbacks run on the playback thread with no lock held, one at a time. Each setter may be called from
     /// any thread at any time; an empty function detaches. When a setter returns, no call of the replaced

@@ -52,6 +52,14 @@ void VideoPlayerThread::post(playercommand::Command command) {
     queue_.push_back(command);
     newerSeekWaits = seeking_ && seekIsNext();
     queueSignal_.Post();
+    periodCut_.notify_all();
+}
+
+bool VideoPlayerThread::isSeekPending() const {
+    const std::lock_guard<std::mutex> lock(queueMutex_);
+    return servingSeek_ || std::any_of(queue_.begin(), queue_.end(), [](playercommand::Command command) {
+               return playercommand::type(command) == playercommand::kSeek;
+           });
 }
 
 bool VideoPlayerThread::seekIsNext() const {
@@ -66,6 +74,9 @@ void VideoPlayerThread::setSeeking(bool seeking) {
 
 void VideoPlayerThread::wake() {
     queueSignal_.Post();
+    // Under the lock, or a wait that has just looked at exitRequested would miss it.
+    const std::lock_guard<std::mutex> lock(queueMutex_);
+    periodCut_.notify_all();
 }
 
 video::VideoInfo VideoPlayerThread::info() const {
@@ -136,6 +147,7 @@ void VideoPlayerThread::serveNextCommand() {
             queue_.pop_front();
             ++skipped;
         }
+        servingSeek_ = playercommand::type(command) == playercommand::kSeek;
     }
     if (skipped > 0)
         wxLogMessage("[VideoPlayerThread] So many seeks, skipping %d", skipped);
@@ -143,6 +155,7 @@ void VideoPlayerThread::serveNextCommand() {
     switch (playercommand::type(command)) {
     case playercommand::kSeek:
         seek(playercommand::argument(command));
+        endOfSeek();
         break;
     case playercommand::kPlay:
         playLoop(playercommand::argument(command));
@@ -173,6 +186,11 @@ void VideoPlayerThread::seek(int frame) {
     deliver();
 }
 
+void VideoPlayerThread::endOfSeek() {
+    const std::lock_guard<std::mutex> lock(queueMutex_);
+    servingSeek_ = false;
+}
+
 void VideoPlayerThread::playLoop(int fps) {
     wxLogMessage("[VideoPlayerThread] Play");
     playing = true;
@@ -185,10 +203,24 @@ void VideoPlayerThread::playLoop(int fps) {
         const int64_t period = 1000 / std::max(fps, 1);
         const int64_t elapsed = elapsedMilliseconds(pacing_.now() - begin);
         if (elapsed < period)
-            pacing_.sleep(period - elapsed);
+            waitForNextFrame(period - elapsed);
     }
     // Whatever ended the loop: VideoPlayer::stop spins on this.
     playing = false;
+}
+
+void VideoPlayerThread::waitForNextFrame(int64_t milliseconds) {
+    if (pacing_.sleep) {
+        pacing_.sleep(milliseconds);
+        return;
+    }
+    std::unique_lock<std::mutex> lock(queueMutex_);
+    // A new rate waits for the next frame; whoever ends playing waits for this thread.
+    periodCut_.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] {
+        return exitRequested || std::any_of(queue_.begin(), queue_.end(), [](playercommand::Command command) {
+                   return playercommand::type(command) != playercommand::kPlay;
+               });
+    });
 }
 
 bool VideoPlayerThread::mayPlayOn(int& fps) {
@@ -211,18 +243,24 @@ bool VideoPlayerThread::mayPlayOn(int& fps) {
 }
 
 void VideoPlayerThread::deliver() {
+    if (auto frame = convertedFrame())
+        onFrame.call(std::move(frame));
+}
+
+std::shared_ptr<VideoPlayer::Frame> VideoPlayerThread::convertedFrame() {
     try {
         auto frame = std::make_shared<VideoPlayer::Frame>();
         frame->image = pxl::Image(width_, height_);
         if (frame->image.empty())
-            return;
+            return nullptr;
         std::memset(frame->image.pixels, 0, frame->image.byteCount());
         if (!decoder_->convert(frame->image))
-            return;
+            return nullptr;
         frame->index = decoder_->frameIndex();
-        onFrame.call(std::move(frame));
+        return frame;
     } catch (const std::bad_alloc&) {
         wxLogError("[VideoPlayerThread] No memory for a frame of %d x %d", width_, height_);
+        return nullptr;
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -54,8 +55,10 @@ public:
 
     /// Queues a command. Dropped when the thread is not alive. Any thread.
     void post(playercommand::Command command);
-    /// Makes an idle thread look at `exitRequested` now.
+    /// Makes an idle thread, or one that waits for the next frame's time, look at `exitRequested` now.
     void wake();
+    /// A Seek waits in the queue or is being carried out. Any thread.
+    bool isSeekPending() const;
 
     CallbackSlot<std::shared_ptr<VideoPlayer::Frame>> onFrame;
     CallbackSlot<> onReady;
@@ -63,7 +66,7 @@ public:
 
     /// The play loop runs.
     std::atomic<bool> playing{false};
-    /// Ends the thread: within one frame while it works, within 200 ms while it waits.
+    /// Ends the thread: within one frame while it works, within 200 ms while it waits for a command.
     std::atomic<bool> exitRequested{false};
     /// A Seek is being carried out and another one is next in the queue: the picture on its way would be
     /// dropped.
@@ -87,11 +90,17 @@ private:
     void setSeeking(bool seeking);
     /// With queueMutex_ held.
     bool seekIsNext() const;
+    /// The Seek that was taken from the queue is done with.
+    void endOfSeek();
     void playLoop(int fps);
+    /// Returns early when playing has to end.
+    void waitForNextFrame(int64_t milliseconds);
     /// Looks at the waiting commands between two frames. False when one of them ends playing.
     bool mayPlayOn(int& fps);
     /// Converts the frame decoded last and hands it over; a failure drops it.
     void deliver();
+    /// Null on failure.
+    std::shared_ptr<VideoPlayer::Frame> convertedFrame();
     void setState(PlayState state);
 
     // The playback thread alone, once it runs.
@@ -103,10 +112,15 @@ private:
     int32_t width_ = 0;
     int32_t height_ = 0;
 
-    std::mutex queueMutex_;
+    mutable std::mutex queueMutex_;
     // Guarded by queueMutex_.
     std::deque<playercommand::Command> queue_;
+    /// The decoder is on its way to a Seek's frame.
     bool seeking_ = false;
+    /// From the moment a Seek is taken from the queue until its frame has been handed over.
+    bool servingSeek_ = false;
+    /// Goes with queueMutex_: a command has been posted, or the thread is to end.
+    std::condition_variable periodCut_;
     /// Posted once per command. The count may run ahead of the queue, never behind it.
     wxSemaphore queueSignal_;
 

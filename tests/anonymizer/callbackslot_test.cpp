@@ -4,6 +4,7 @@
 #include <chrono>
 #include <future>
 #include <memory>
+#include <stdexcept>
 
 #include <gtest/gtest.h>
 
@@ -99,6 +100,20 @@ TEST(CallbackSlot, CallsOfTheNextFunctionDoNotHoldTheWaiterBack) {
     EXPECT_EQ(replaced.wait_for(std::chrono::seconds(30)), std::future_status::ready);
     secondLeave.open();
     caller.join();
+}
+
+TEST(CallbackSlot, AThrowingFunctionLeavesNobodyWaiting) {
+    CallbackSlot<> slot;
+    auto receiver = std::make_shared<int>(0);
+    slot.set([receiver] { throw std::runtime_error("no"); });
+    EXPECT_THROW(slot.call(), std::runtime_error);
+    auto replaced = std::async(std::launch::async, [&] { slot.set({}); });
+    ASSERT_EQ(replaced.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    EXPECT_EQ(receiver.use_count(), 1);
+    int calls = 0;
+    slot.set([&] { ++calls; });
+    slot.call();
+    EXPECT_EQ(calls, 1);
 }
 
 } // namespace

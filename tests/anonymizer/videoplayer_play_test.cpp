@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <future>
 #include <mutex>
 #include <optional>
 
@@ -324,6 +325,54 @@ TEST_F(VideoPlayerPlay, StopWaitsForACallbackThatWaitsForTheCanvas) {
     }
     player->stop();
     EXPECT_FALSE(player->isPlaying());
+}
+
+/// A clock that runs backwards, so that the wait for the next frame has no end.
+class EndlessPeriod : public test::PlayerTest {
+protected:
+    EndlessPeriod() {
+        decoder->endless = true;
+        player = std::make_unique<VideoPlayer>(
+            &progress, VideoPlayer::Pacing{[this] { return now -= std::chrono::hours(1); }, {}});
+        player->setOnFrame([this](std::shared_ptr<VideoPlayer::Frame> frame) {
+            events.add("frame " + std::to_string(frame->index));
+        });
+        player->setOnState([this](PlayState state) { events.add(test::stateName(state)); });
+        player->setOnReady([this] { events.add("ready"); });
+        openAndWait();
+        player->seek(1);
+        player->play(1);
+        EXPECT_TRUE(events.waitFor("frame 2"));
+    }
+    static bool ends(const std::function<void()>& action) {
+        auto done = std::async(std::launch::async, action);
+        return done.wait_for(std::chrono::seconds(30)) == std::future_status::ready;
+    }
+};
+
+TEST_F(EndlessPeriod, StopDoesNotWaitForTheNextFrame) {
+    ASSERT_TRUE(ends([this] { player->stop(); }));
+    EXPECT_FALSE(player->isPlaying());
+    EXPECT_EQ(events.count("frame 3"), 0u);
+}
+
+TEST_F(EndlessPeriod, SeekDoesNotWaitForTheNextFrame) {
+    player->seek(7);
+    EXPECT_TRUE(events.waitFor("frame 7"));
+}
+
+TEST_F(EndlessPeriod, EndOfThePlayerDoesNotWaitForTheNextFrame) {
+    EXPECT_TRUE(ends([this] { player.reset(); }));
+}
+
+TEST_F(EndlessPeriod, NewRateWaitsForTheNextFrame) {
+    player->play(2);
+    // Seen by the play loop before the stop.
+    player->stop();
+    EXPECT_FALSE(player->isPlaying());
+    EXPECT_TRUE(events.waitFor("Stopped", 2));
+    EXPECT_LE(events.count("frame 3"), 1u);
+    EXPECT_EQ(events.count("frame 4"), 0u);
 }
 
 } // namespace

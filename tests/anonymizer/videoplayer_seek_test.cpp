@@ -218,4 +218,33 @@ TEST_F(VideoPlayerSeek, IdleThreadNoticesTheExitFlagByItself) {
     EXPECT_EQ(decoder->calls().back(), "close");
 }
 
+TEST_F(VideoPlayerSeek, IsPendingUntilTheLastFrameAskedForIsThere) {
+    std::vector<std::string> seen;
+    const auto note = [&](const std::string& when) {
+        seen.push_back(when + (player->isSeekPending() ? " pending" : " done"));
+    };
+    // Comes too late to replace the first one.
+    decoder->onConvert = [this](const pxl::Image&) {
+        if (decoder->frameIndex() == 4)
+            player->seek(5);
+    };
+    onFrame = [&](VideoPlayer::Frame& frame) { note(std::to_string(frame.index)); };
+    onState = [&](PlayState state) { note(test::stateName(state)); };
+    openAndWait();
+    EXPECT_FALSE(player->isSeekPending());
+    player->seek(4);
+    EXPECT_TRUE(player->isSeekPending() || events.count("frame 4") == 1);
+    ASSERT_TRUE(events.waitFor("Stopped", 2));
+    player.reset();
+    EXPECT_EQ(seen, (Lines{"Seeking pending", "4 pending", "Stopped pending", "Seeking pending", "5 pending",
+                           "Stopped done"}));
+}
+
+TEST_F(VideoPlayerSeek, AFailedOneIsNotPendingForEver) {
+    openAndWait();
+    player->seek(999);
+    ASSERT_TRUE(events.waitFor("Stopped"));
+    EXPECT_FALSE(player->isSeekPending());
+}
+
 } // namespace
