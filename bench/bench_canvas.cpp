@@ -36,7 +36,7 @@ public:
         void* pixels = image_.pixels;
         return {static_cast<uint8_t*>(pixels), width() * 4};
     }
-    void unmap() override {}
+    bool unmap() override { return true; }
 
 private:
     pxl::Image image_;

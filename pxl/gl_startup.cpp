@@ -89,6 +89,11 @@ void stopGraphics() {
     gl::setStarted(false);
 }
 
+void abandonGraphics() {
+    gl::setStarted(false);
+    stopGraphics();
+}
+
 const GraphicsLimits& graphicsLimits() {
     return limits;
 }

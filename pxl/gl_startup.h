@@ -28,6 +28,9 @@ bool startGraphics(const std::function<bool(int)>& setSwapInterval = {});
 /// destroyed, after the canvas's own objects are gone.
 void stopGraphics();
 
+/// The same without a context: names that are let go of afterwards are not given back but die with it.
+void abandonGraphics();
+
 /// All 0 before startGraphics.
 const GraphicsLimits& graphicsLimits();
 

@@ -48,8 +48,6 @@ Texture::Mapping GLTexture::map() {
         return {};
     }
     glBindBuffer(GL_PIXEL_UNPACK_BUFFER, unpackBuffer_.get());
-    // Fresh storage: the driver need not wait until the previous upload has read the old one.
-    glBufferData(GL_PIXEL_UNPACK_BUFFER, byteCount(), nullptr, GL_STREAM_DRAW);
     void* memory = glMapBuffer(GL_PIXEL_UNPACK_BUFFER, GL_WRITE_ONLY);
     // Left bound, it would turn the client memory of an upload of another texture into an offset.
     glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
@@ -61,12 +59,13 @@ Texture::Mapping GLTexture::map() {
     return {static_cast<uint8_t*>(memory), width_ * 4};
 }
 
-void GLTexture::unmap() {
+bool GLTexture::unmap() {
     if (!mapped_)
-        return;
+        return true;
     mapped_ = false;
     glBindBuffer(GL_PIXEL_UNPACK_BUFFER, unpackBuffer_.get());
-    if (glUnmapBuffer(GL_PIXEL_UNPACK_BUFFER) == GL_TRUE) {
+    const bool kept = glUnmapBuffer(GL_PIXEL_UNPACK_BUFFER) == GL_TRUE;
+    if (kept) {
         glActiveTexture(GL_TEXTURE0);
         glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
         replacePixels(nullptr);
@@ -74,6 +73,7 @@ void GLTexture::unmap() {
         log::error("Could not upload texture: the mapped memory was lost");
     }
     glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
+    return kept;
 }
 
 std::shared_ptr<Texture> createGLTexture(uint32_t width, uint32_t height, uint8_t flipped) {

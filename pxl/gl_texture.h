@@ -17,10 +17,9 @@ public:
     void upload(const void* pixels) override;
     uint8_t flipped() const override { return flipped_; }
     Mapping map() override;
-    void unmap() override;
+    bool unmap() override;
 
 private:
-    GLsizeiptr byteCount() const { return static_cast<GLsizeiptr>(width_) * height_ * 4; }
     /// From client memory, or from an offset into the bound unpack buffer.
     void replacePixels(const void* pixels);
 

@@ -41,7 +41,8 @@ public:
     /// until unmap(). A null mapping means that the driver refused (logged): nothing must be unmapped then.
     virtual Mapping map() = 0;
     /// Closes the mapping and makes what was written the texture's content. Ignored when nothing is mapped.
-    virtual void unmap() = 0;
+    /// False when the driver lost the memory (logged): the texture keeps its former content.
+    virtual bool unmap() = 0;
 };
 
 /// What a uniform of a shader is; the numbers are part of the shader's description.

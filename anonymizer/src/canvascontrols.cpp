@@ -40,6 +40,7 @@ CanvasControls::CanvasControls(Callbacks callbacks) {
         readPicture("ano_del.png"), {}, [onDelete = std::move(callbacks.onDeleteBlur)](int) { onDelete(); },
         _("Delete blur"));
     bar_.setEnabled(ai_, false);
+    blurButtons_.setEnabled(deleteBlur_, false);
     setVideo(false, 0);
 }
 
@@ -49,6 +50,7 @@ void CanvasControls::setVideo(bool present, int64_t frameCount) {
     bar_.setTip(play_, _("Play"));
     bar_.setRange(timeline_, 0, toTimeline(frameCount - 1));
     bar_.setValue(timeline_, 0);
+    shownValue_ = 0;
     bar_.setEnabled(play_, present);
     bar_.setEnabled(timeline_, present);
 }
@@ -61,9 +63,10 @@ void CanvasControls::setAiAvailable(bool available) {
 
 void CanvasControls::showFrame(int64_t frameIndex) {
     const std::lock_guard<std::mutex> lock(mutex_);
+    shownValue_ = toTimeline(frameIndex - 1);
     if (bar_.isDragged(timeline_))
         return;
-    bar_.setValue(timeline_, toTimeline(frameIndex - 1));
+    bar_.setValue(timeline_, shownValue_);
     bar_.markDirty();
 }
 
@@ -86,8 +89,7 @@ void CanvasControls::clearHover() {
 CanvasControls::MouseOutcome CanvasControls::mouse(const ui2::MouseInput& input) {
     MouseOutcome outcome;
     const std::lock_guard<std::mutex> lock(mutex_);
-    for (ui2::Layout* list : {&bar_, &blurButtons_}) {
-        ui2::MouseResult result = list->mouse(input);
+    for (ui2::MouseResult result : {mouseOnBar(input), blurButtons_.mouse(input)}) {
         outcome.consumed = outcome.consumed || result.consumed;
         outcome.changed = outcome.changed || result.changed;
         std::move(result.calls.begin(), result.calls.end(), std::back_inserter(outcome.calls));
@@ -98,18 +100,40 @@ CanvasControls::MouseOutcome CanvasControls::mouse(const ui2::MouseInput& input)
     return outcome;
 }
 
-void CanvasControls::draw(pxl::Batch& batch, view::Size window, bool blurSelected) {
+ui2::MouseResult CanvasControls::mouseOnBar(const ui2::MouseInput& input) {
+    const bool wasDragged = bar_.isDragged(timeline_);
+    const int32_t valueBefore = bar_.slider(timeline_).value;
+    ui2::MouseResult result = bar_.mouse(input);
+    const bool dragged = bar_.isDragged(timeline_);
+    const bool moved = bar_.slider(timeline_).value != valueBefore;
+    draggedAway_ = moved || (wasDragged && draggedAway_);
+    // The video went on under a knob that was held where it stood.
+    if (wasDragged && !dragged && !draggedAway_)
+        bar_.setValue(timeline_, shownValue_);
+    return result;
+}
+
+void CanvasControls::setBlurSelected(bool selected) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    place(window);
+    blurButtons_.setEnabled(deleteBlur_, selected);
+}
+
+void CanvasControls::place(view::Size window) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    placeElements(window);
+}
+
+void CanvasControls::draw(pxl::Batch& batch, view::Size window) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    placeElements(window);
     bar_.draw(batch);
-    blurButtons_.setEnabled(deleteBlur_, blurSelected);
-    blurButtons_.setGeometry(deleteBlur_,
-                             {kButton, kButton, window.width - kButton, window.height - kButton});
     blurButtons_.draw(batch);
     blurButtons_.clearDirty();
 }
 
-void CanvasControls::place(view::Size window) {
+void CanvasControls::placeElements(view::Size window) {
+    blurButtons_.setGeometry(deleteBlur_,
+                             {kButton, kButton, window.width - kButton, window.height - kButton});
     const bool sameSize = window.width == placedFor_.width && window.height == placedFor_.height;
     if (sameSize && !bar_.isDirty())
         return;

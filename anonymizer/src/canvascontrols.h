@@ -37,7 +37,8 @@ public:
     /// Everything is disabled without a video. Frames are counted from 0 on the timeline.
     void setVideo(bool present, int64_t frameCount);
     void setAiAvailable(bool available);
-    /// Unless the user drags the knob. Any thread.
+    /// Moves the timeline; while the user drags the knob the frame is kept until the drag ends, and forgotten
+    /// when the drag has asked for another one. Any thread.
     void showFrame(int64_t frameIndex);
     /// Any thread.
     void showPlayState(PlayState state);
@@ -45,19 +46,30 @@ public:
 
     MouseOutcome mouse(const ui2::MouseInput& input);
 
-    /// Places the elements in the window and draws both lists. `blurSelected` enables "Delete blur".
-    void draw(pxl::Batch& batch, view::Size window, bool blurSelected);
+    /// Enables "Delete blur".
+    void setBlurSelected(bool selected);
+
+    /// Puts the elements where they belong in a window of that size, window pixels.
+    void place(view::Size window);
+    /// Places the elements and draws both lists.
+    void draw(pxl::Batch& batch, view::Size window);
     /// With the context current.
     void releaseTextures();
 
 private:
-    void place(view::Size window);
+    // With the layout lock held.
+    void placeElements(view::Size window);
+    ui2::MouseResult mouseOnBar(const ui2::MouseInput& input);
 
     /// The layout lock. Guards everything below.
     std::mutex mutex_;
     ui2::Layout bar_;
     ui2::Layout blurButtons_;
     view::Size placedFor_;
+    /// The timeline's value for the last frame.
+    int32_t shownValue_ = 0;
+    /// The drag under way has moved the timeline.
+    bool draggedAway_ = false;
     int play_ = 0;
     int timeline_ = 0;
     int ai_ = 0;

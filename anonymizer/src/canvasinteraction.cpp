@@ -19,11 +19,12 @@ std::atomic<int64_t> nextBrushId{0};
 constexpr double kFallbackFps = 25;
 constexpr double kHighestFps = 100000;
 
-/// Detection holds the store for its whole pass. The window gives up after a moment instead of freezing.
+/// Detection holds the store for its whole pass. The window gives up after a moment instead of freezing, and
+/// with it the playback thread, which needs the canvas-state mutex.
 std::unique_lock<std::mutex> lockStoreSoon() {
     using Clock = std::chrono::steady_clock;
     std::unique_lock<std::mutex> lock(blurtrack::store().mutex, std::try_to_lock);
-    const auto deadline = Clock::now() + std::chrono::milliseconds(20);
+    const auto deadline = Clock::now() + std::chrono::milliseconds(2);
     while (!lock.owns_lock() && Clock::now() < deadline) {
         std::this_thread::yield();
         (void)lock.try_lock();
@@ -61,7 +62,6 @@ CanvasEffects CanvasInteraction::reset() {
     const std::lock_guard<std::mutex> lock(mutex_);
     frame_.reset();
     playState_ = Stopped;
-    seekPending_ = false;
     hover_ = {};
     brush_ = {};
     currentBlurId_ = blurtrack::kNoBlurId;
@@ -82,16 +82,23 @@ CanvasEffects CanvasInteraction::figureOutState(const CanvasMouse& event, bool p
     const bool wasRecording = recording_;
     // The worker begins to play a little later than it is told to; a recording is playing from the start.
     const bool playing = playerPlays || wasRecording;
-    const bool inside = !event.onControls && mappingNow().inside(event.position);
+    const bool onControls = event.onControls || event.position.y >= window_.height - view::kControlBarHeight;
+    const bool inside = !onControls && mappingNow().inside(event.position);
+    // The release has gone elsewhere: to a dialog, or to a window that took the mouse.
+    const bool releaseLost =
+        !event.leftIsDown && (event.kind == CanvasMouse::Motion || event.kind == CanvasMouse::Enter);
     const int64_t frameIndex = frame_ ? frame_->index : 0;
     bool playingEnded = false;
+    if (releaseLost) {
+        effects.stopTimer = true;
+        playingEnded = endRecording();
+    }
 
     switch (event.kind) {
     case CanvasMouse::Leave:
+        playingEnded = endRecording();
         brush_.shown = false;
         effects.stopTimer = true;
-        playingEnded = wasRecording;
-        recording_ = false;
         break;
     case CanvasMouse::Wheel:
         resizeBrush(event.wheelRotation);
@@ -100,8 +107,7 @@ CanvasEffects CanvasInteraction::figureOutState(const CanvasMouse& event, bool p
         if (inside) {
             moveInside(event.position, playing);
         } else {
-            playingEnded = wasRecording;
-            recording_ = false;
+            playingEnded = endRecording() || playingEnded;
             brush_.shown = false;
         }
         break;
@@ -113,7 +119,7 @@ CanvasEffects CanvasInteraction::figureOutState(const CanvasMouse& event, bool p
         playingEnded = inside ? playing : wasRecording;
         if (inside)
             releaseInside(event.position, playing, effects);
-        recording_ = false;
+        endRecording();
         effects.stopTimer = true;
         break;
     case CanvasMouse::Enter:
@@ -127,7 +133,7 @@ CanvasEffects CanvasInteraction::figureOutState(const CanvasMouse& event, bool p
     return effects;
 }
 
-CanvasEffects CanvasInteraction::onHold(bool playerSet, double videoFps) {
+CanvasEffects CanvasInteraction::onHold(bool playerSet, double videoFps, bool seekPending) {
     CanvasEffects effects;
     if (!playerSet)
         return effects;
@@ -135,7 +141,7 @@ CanvasEffects CanvasInteraction::onHold(bool playerSet, double videoFps) {
     if (!frame_ || frame_->index != pressFrame_)
         return effects;
     // Recording may begin on the frame that a seek is about to deliver, not before it.
-    if (seekPending_) {
+    if (seekPending) {
         effects.startTimer = true;
         return effects;
     }
@@ -144,8 +150,10 @@ CanvasEffects CanvasInteraction::onHold(bool playerSet, double videoFps) {
     if (target == blurtrack::kNoBlurId || rect.empty())
         return effects;
     const auto storeLock = lockStoreSoon();
-    if (!storeLock.owns_lock())
+    if (!storeLock.owns_lock()) {
+        effects.startTimer = true;
         return effects;
+    }
 
     if (!hover_.set)
         wxLogMessage("[VideoCanvas] Begin blur while playing id:%lld frame: %lld", number(target),
@@ -169,6 +177,18 @@ CanvasEffects CanvasInteraction::onHold(bool playerSet, double videoFps) {
     return effects;
 }
 
+CanvasEffects CanvasInteraction::pause(bool playerPlays) {
+    CanvasEffects effects;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const bool wasRecording = endRecording();
+    effects.stopTimer = true;
+    if ((playerPlays || wasRecording) && frame_)
+        effects.stopAndSeekTo = frame_->index;
+    effects.repaint = true;
+    tellHint(effects);
+    return effects;
+}
+
 CanvasEffects CanvasInteraction::deleteHovered() {
     CanvasEffects effects;
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -185,15 +205,16 @@ CanvasEffects CanvasInteraction::deleteHovered() {
     return effects;
 }
 
-void CanvasInteraction::noteSeek() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    seekPending_ = true;
-}
-
 void CanvasInteraction::deliver(std::shared_ptr<VideoPlayer::Frame> frame) {
     const std::lock_guard<std::mutex> lock(mutex_);
     frame_ = std::move(frame);
-    if (!recording_ || !brush_.shown)
+    // Paint, mouse and the end of the canvas wait for the canvas-state mutex: no waiting here.
+    if (recording_)
+        recordUpToPicture(std::unique_lock<std::mutex>(blurtrack::store().mutex, std::try_to_lock));
+}
+
+void CanvasInteraction::recordUpToPicture(const std::unique_lock<std::mutex>& storeLock) {
+    if (!storeLock.owns_lock() || !frame_ || !brush_.shown)
         return;
     const view::Rect square = brushSquare();
     if (square.empty())
@@ -201,19 +222,27 @@ void CanvasInteraction::deliver(std::shared_ptr<VideoPlayer::Frame> frame) {
     // Frames whose conversion failed were never delivered. The store counts a span frame by frame, so a hole
     // in it would put the last frames out of reach of a deletion.
     const bool follows = playState_ != Seeking && frame_->index > recordedFrame_;
-    const std::lock_guard<std::mutex> storeLock(blurtrack::store().mutex);
     for (int64_t f = follows ? recordedFrame_ + 1 : frame_->index; f <= frame_->index; ++f)
         blurtrack::addBlur(f, toFloats(square), blurtrack::kBrushScore, currentBlurId_);
     recordedFrame_ = frame_->index;
 }
 
+bool CanvasInteraction::endRecording() {
+    if (!recording_.exchange(false))
+        return false;
+    if (frame_ && frame_->index != recordedFrame_) {
+        recordUpToPicture(lockStoreSoon());
+        if (frame_->index != recordedFrame_)
+            wxLogMessage("[VideoCanvas] Blur while playing not recorded id:%lld frames: %lld to %lld",
+                         number(currentBlurId_), number(recordedFrame_ + 1), number(frame_->index));
+    }
+    return true;
+}
+
 void CanvasInteraction::setPlayState(PlayState state) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (state == Stopped) {
-        recording_ = false;
-        if (playState_ == Seeking)
-            seekPending_ = false;
-    }
+    if (state == Stopped)
+        endRecording();
     playState_ = state;
 }
 
@@ -245,6 +274,11 @@ CanvasPicture CanvasInteraction::picture() const {
     return picture;
 }
 
+bool CanvasInteraction::hovering() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return hover_.set;
+}
+
 view::Mapping CanvasInteraction::mapping() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return mappingNow();
@@ -263,10 +297,10 @@ view::Rect CanvasInteraction::brushSquare() const {
     return brush::square(mapping.videoPixel(brush_.position), brush_.size, mapping.frame());
 }
 
-bool CanvasInteraction::hitTest(view::Point position) {
+CanvasInteraction::Hit CanvasInteraction::hitTest(view::Point position) {
     const auto storeLock = lockStoreSoon();
     if (!storeLock.owns_lock())
-        return false;
+        return Hit::Unknown;
     const view::PointF video =
         mappingNow().toVideo({static_cast<float>(position.x), static_cast<float>(position.y)});
     const auto& entries = blurtrack::entriesAt(frame_->index);
@@ -278,7 +312,7 @@ bool CanvasInteraction::hitTest(view::Point position) {
         hover_.id = hit->id;
         hover_.rect = {hit->x, hit->y, hit->w, hit->h};
     }
-    return hover_.set;
+    return hover_.set ? Hit::Yes : Hit::No;
 }
 
 void CanvasInteraction::newBrush(view::Point position) {
@@ -309,8 +343,11 @@ int64_t CanvasInteraction::newBlur() {
     if (newBlurRect_.empty())
         return currentBlurId_;
     const auto storeLock = lockStoreSoon();
-    if (!storeLock.owns_lock())
+    if (!storeLock.owns_lock()) {
+        wxLogMessage("[VideoCanvas] Blur not painted, the blurs are in use id:%lld frame: %lld",
+                     number(brush_.id), number(frame_->index));
         return currentBlurId_;
+    }
     const blurtrack::BlurEntry entry =
         blurtrack::addBlur(frame_->index, toFloats(newBlurRect_), blurtrack::kBrushScore, brush_.id);
     currentBlurId_ = entry.id;
@@ -334,14 +371,15 @@ void CanvasInteraction::moveInside(view::Point position, bool playing) {
     if (playing) {
         if (brush_.shown)
             brush_.position = position;
-        else if (!hitTest(position))
+        else if (hitTest(position) == Hit::No)
             newBrush(position);
     } else if (brush_.shown) {
-        if (hitTest(position))
+        const Hit hit = hitTest(position);
+        if (hit == Hit::Yes)
             brush_.shown = false;
-        else
+        else if (hit == Hit::No)
             moveBrush(position);
-    } else if (!hover_.set && !hitTest(position)) {
+    } else if (!hover_.set && hitTest(position) == Hit::No) {
         newBrush(position);
     }
 }
@@ -360,25 +398,28 @@ void CanvasInteraction::pressInside(view::Point position, bool playing, CanvasEf
         brush_.position = position;
         newBlur();
         effects.startTimer = true;
-    } else if (hitTest(position)) {
-        effects.startTimer = true;
     } else {
-        newBrush(position);
+        const Hit hit = hitTest(position);
+        if (hit == Hit::Yes)
+            effects.startTimer = true;
+        else if (hit == Hit::No)
+            newBrush(position);
     }
 }
 
 void CanvasInteraction::releaseInside(view::Point position, bool playing, CanvasEffects& effects) {
     if (!playing) {
-        if (hitTest(position))
+        if (hitTest(position) == Hit::Yes)
             brush_.shown = false;
         effects.stopTimer = true;
         return;
     }
-    if (!recording_.exchange(false))
+    if (!endRecording())
         return;
     wxLogMessage("[VideoCanvas] Blur while playing ended id:%lld frame: %lld", number(currentBlurId_),
                  number(frame_->index));
-    brush_.shown = hitTest(position);
+    if (hitTest(position) == Hit::No)
+        brush_.shown = false;
 }
 
 void CanvasInteraction::tellHint(CanvasEffects& effects) {

@@ -18,8 +18,11 @@ struct CanvasMouse {
     view::Point position;
     /// Sign matters only. Wheel events.
     int wheelRotation = 0;
-    /// The layout has taken the event: it is nowhere on the picture, whatever the mapping says.
+    /// The layout has taken the event: it is nowhere on the picture, whatever the mapping says. So is all of
+    /// the control bar, between its elements too, though its first rows map inside.
     bool onControls = false;
+    /// The left button is held, after this event. Looked at on motion and on entering.
+    bool leftIsDown = false;
 };
 
 /// What the window has to do after a step of the interaction, in the order of the fields, with no lock held.
@@ -79,16 +82,18 @@ public:
     CanvasEffects figureOutState(const CanvasMouse& event, bool playerPlays);
 
     /// The button has been held for kHoldMilliseconds: the pressed blur is recorded from here on. `videoFps`
-    /// may be any number.
-    CanvasEffects onHold(bool playerSet, double videoFps);
+    /// may be any number. `seekPending`: the picture at hand is not the one to come, so the hold begins anew,
+    /// as it does while the blur store is held.
+    CanvasEffects onHold(bool playerSet, double videoFps, bool seekPending);
+
+    /// Something else needs the video or the blurs: ends recording, and playing when the player plays.
+    CanvasEffects pause(bool playerPlays);
 
     /// The "Delete blur" button: deletes the hovered blur over its whole span.
     CanvasEffects deleteHovered();
 
-    /// A seek has been posted, so the picture at hand is not the one to come.
-    void noteSeek();
-
-    /// A decoded frame. While recording, it and every frame missed since the last one get the brush square.
+    /// A decoded frame. While recording, it and every frame missed since the last one get the brush square;
+    /// while the blur store is held they are left to the next frame or to the end of the recording.
     void deliver(std::shared_ptr<VideoPlayer::Frame> frame);
 
     /// Ends recording when the player has stopped.
@@ -100,6 +105,8 @@ public:
 
     CanvasPicture picture() const;
     bool recording() const { return recording_; }
+    /// A blur is selected.
+    bool hovering() const;
     /// Where the picture lies in the window now.
     view::Mapping mapping() const;
 
@@ -110,6 +117,8 @@ private:
         /// The last hit test hit.
         bool set = false;
     };
+    /// Unknown while the blur store is held; the hover is left as it was then.
+    enum class Hit { Unknown, No, Yes };
     struct Brush {
         int64_t id = blurtrack::kNoBlurId;
         /// Video pixels.
@@ -122,7 +131,10 @@ private:
     // All of these expect the canvas-state mutex to be held.
     view::Mapping mappingNow() const;
     view::Rect brushSquare() const;
-    bool hitTest(view::Point position);
+    Hit hitTest(view::Point position);
+    void recordUpToPicture(const std::unique_lock<std::mutex>& storeLock);
+    /// False when nothing was being recorded.
+    bool endRecording();
     void newBrush(view::Point position);
     void moveBrush(view::Point position);
     int64_t newBlur();
@@ -137,8 +149,6 @@ private:
     view::Size window_;
     std::shared_ptr<VideoPlayer::Frame> frame_;
     PlayState playState_ = Stopped;
-    /// A seek is on its way: posted, and not yet carried out.
-    bool seekPending_ = false;
     Hover hover_;
     Brush brush_;
     /// The blur being drawn or recorded, and where it was painted last.

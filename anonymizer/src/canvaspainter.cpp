@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <utility>
+
+#include <wx/log.h>
 
 #include "blurprocessors.h"
 #include "brush.h"
@@ -67,7 +70,7 @@ CanvasPainter::Outcome CanvasPainter::paint(const CanvasPicture& picture, view::
     if (!picture.frame) {
         forgetPicture();
     } else {
-        outcome.pictureShown = loadPicture(picture);
+        outcome.pictureShown = tryToLoad(picture);
         outcome.blursCurrent = copyEntries(picture.frame->index);
         const pxl::Image& image = picture.frame->image;
         const view::Mapping mapping(window, {image.width, image.height});
@@ -82,23 +85,42 @@ CanvasPainter::Outcome CanvasPainter::paint(const CanvasPicture& picture, view::
 
 void CanvasPainter::forgetPicture() {
     lastDrawn_.reset();
+    refused_ = {};
     entries_.clear();
     entriesFrame_ = 0;
 }
 
+bool CanvasPainter::tryToLoad(const CanvasPicture& picture) {
+    const pxl::Image& image = picture.frame->image;
+    if (image.empty() || (image.width == refused_.width && image.height == refused_.height)) {
+        lastDrawn_ = picture.frame;
+        return lastShown_ = false;
+    }
+    try {
+        lastShown_ = loadPicture(picture);
+    } catch (const std::bad_alloc&) {
+        wxLogError("[VideoCanvas] No memory to show a frame of %d x %d", image.width, image.height);
+        // One of them may still be mapped.
+        slots_ = {};
+        scratch_ = {};
+        lastShown_ = false;
+    }
+    refused_ = lastShown_ ? view::Size{} : view::Size{image.width, image.height};
+    return lastShown_;
+}
+
 bool CanvasPainter::loadPicture(const CanvasPicture& picture) {
     const pxl::Image& image = picture.frame->image;
-    const bool isNew = picture.frame != lastDrawn_;
+    const bool isNew = picture.frame != lastDrawn_ || !lastShown_;
     const bool divisorChanged = picture.divisor != lastDivisor_;
     if (!isNew && !divisorChanged)
-        return lastShown_;
+        return true;
     if (isNew)
         slot_ = 1 - slot_;
     lastDrawn_ = picture.frame;
     lastDivisor_ = picture.divisor;
     Slot& slot = slots_[static_cast<std::size_t>(slot_)];
-    lastShown_ = !image.empty() && fitSlot(slot, image);
-    if (!lastShown_)
+    if (!fitSlot(slot, image))
         return false;
     if (isNew)
         writeFrame(*slot.frame, image);
@@ -117,32 +139,30 @@ bool CanvasPainter::fitSlot(Slot& slot, const pxl::Image& image) {
 
 void CanvasPainter::writeFrame(pxl::Texture& texture, const pxl::Image& image) {
     const pxl::Texture::Mapping mapping = texture.map();
-    if (!mapping) {
+    if (mapping)
+        std::memcpy(mapping.pixels, image.pixels, image.byteCount());
+    if (!mapping || !texture.unmap())
         texture.upload(image.pixels);
-        return;
-    }
-    std::memcpy(mapping.pixels, image.pixels, image.byteCount());
-    texture.unmap();
 }
 
 void CanvasPainter::writeMosaic(pxl::Texture& texture, const pxl::Image& image, int32_t block) {
     const pxl::Texture::Mapping mapping = texture.map();
     const bool aligned = reinterpret_cast<std::uintptr_t>(mapping.pixels) % sizeof(uint32_t) == 0;
-    if (mapping && aligned && mapping.pitch == static_cast<uint32_t>(image.width) * 4) {
+    const bool mappedDirectly = mapping && aligned && mapping.pitch == static_cast<uint32_t>(image.width) * 4;
+    if (mappedDirectly) {
         void* pixels = mapping.pixels;
         pixelate(image, static_cast<uint32_t*>(pixels), block);
-        texture.unmap();
-        return;
+        if (texture.unmap())
+            return;
     }
+    const bool writable = mapping && !mappedDirectly;
     if (scratch_.width != image.width || scratch_.height != image.height)
         scratch_ = pxl::Image(image.width, image.height);
     pixelate(image, scratch_.pixels, block);
-    if (!mapping) {
+    if (writable)
+        std::memcpy(mapping.pixels, scratch_.pixels, scratch_.byteCount());
+    if (!writable || !texture.unmap())
         texture.upload(scratch_.pixels);
-        return;
-    }
-    std::memcpy(mapping.pixels, scratch_.pixels, scratch_.byteCount());
-    texture.unmap();
 }
 
 bool CanvasPainter::copyEntries(int64_t frame) {

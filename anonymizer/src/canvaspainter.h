@@ -24,7 +24,8 @@ public:
         /// False: the blur store was held, and what was known of the frame's blurs has been drawn instead.
         /// Paint again a little later.
         bool blursCurrent = true;
-        /// False: there is a picture and the driver refused a texture for it (logged).
+        /// False: there is a picture and the driver refused a texture for it, or there is no memory (logged
+        /// once; not tried again before a picture of another size comes or `forgetPicture`).
         bool pictureShown = true;
     };
 
@@ -38,7 +39,7 @@ public:
     /// target's physical ones. Never waits for the blur store. Takes no lock while `controls` runs.
     Outcome paint(const CanvasPicture& picture, view::Size window, const DrawControls& controls);
 
-    /// Lets go of the last drawn picture.
+    /// Lets go of the last drawn picture. Needs no context.
     void forgetPicture();
 
     bool valid() const { return batch_->valid(); }
@@ -52,6 +53,7 @@ private:
         std::shared_ptr<pxl::Texture> mosaic;
     };
 
+    bool tryToLoad(const CanvasPicture& picture);
     bool loadPicture(const CanvasPicture& picture);
     bool fitSlot(Slot& slot, const pxl::Image& image);
     void writeFrame(pxl::Texture& texture, const pxl::Image& image);
@@ -71,6 +73,8 @@ private:
     std::shared_ptr<VideoPlayer::Frame> lastDrawn_;
     int32_t lastDivisor_ = 0;
     bool lastShown_ = true;
+    /// Size of the pictures that can't be shown.
+    view::Size refused_;
     pxl::Image scratch_;
     /// The blurs of frame `entriesFrame_` as they were copied last.
     std::vector<blurtrack::BlurEntry> entries_;

@@ -10,10 +10,13 @@
 #include "mainframe.h"
 #include "platform.h"
 #include "switches.h"
+#include "videocanvas.h"
 
 void MainFrame::OnAI(wxCommandEvent&) {
     if (worker_ != Worker::None)
         return;
+    // The pass holds the blurs all the time.
+    canvas_->pause();
     auto worker = std::make_unique<AiWorker>(videoInfo(), this);
     // The pass is followed through its progress alone.
     worker->setDone([] {});
@@ -60,6 +63,7 @@ void MainFrame::exportTo(const wxString& outputPath) {
         return;
     }
     lastFolder_ = wxFileName(outputPath).GetPath();
+    canvas_->pause();
     std::unique_ptr<ExportWorker> worker(
         createExportWorker(switches::editingMode, outputPath, videoInfo(), this));
     worker->setDone([this, outputPath](ExportResult result, const wxString& reason) {

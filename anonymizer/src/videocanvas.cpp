@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <utility>
+#include <vector>
 
 #include <wx/dcclient.h>
 #include <wx/log.h>
@@ -27,6 +28,11 @@ constexpr int kRetryTimerId = 2;
 /// How soon a paint that found the blur store held is repeated.
 constexpr int kRetryMilliseconds = 100;
 
+std::vector<wxEventTypeTag<wxMouseEvent>> mouseEvents() {
+    return {wxEVT_MOTION,     wxEVT_LEFT_DOWN,    wxEVT_LEFT_DCLICK, wxEVT_LEFT_UP,
+            wxEVT_MOUSEWHEEL, wxEVT_LEAVE_WINDOW, wxEVT_ENTER_WINDOW};
+}
+
 wxGLAttributes displayAttributes() {
     wxGLAttributes attributes;
     attributes.PlatformDefaults().RGBA().DoubleBuffer().EndList();
@@ -44,10 +50,11 @@ wxGLContextAttrs contextAttributes() {
 class VideoCanvas2::Impl {
 public:
     explicit Impl(VideoCanvas2& window);
-    ~Impl() { release(); }
+    ~Impl();
 
     void set(VideoPlayer* player);
     void refresh();
+    void pause();
     void settle() { apply(interaction_.settle()); }
 
     std::function<void()> aiRequest;
@@ -55,10 +62,13 @@ public:
 
 private:
     void bindEvents();
+    void unbindEvents();
     void onMouse(wxMouseEvent& event);
     void onSize(wxSizeEvent& event);
     void onPaint(wxPaintEvent& event);
-    void onHold();
+    void onEraseBackground(wxEraseEvent&) {}
+    void onHold(wxTimerEvent& event);
+    void onRetry(wxTimerEvent&) { refresh(); }
     void onDestroy(wxWindowDestroyEvent& event);
     /// Carries out what a step of the interaction asks for. No lock may be held.
     void apply(const CanvasEffects& effects);
@@ -83,6 +93,7 @@ private:
     wxTimer retryTimer_;
     VideoPlayer* player_ = nullptr;
     double videoFps_ = 0;
+    bool graphicsStarted_ = false;
     bool drawingFailed_ = false;
     bool pictureFailed_ = false;
     bool released_ = false;
@@ -114,18 +125,30 @@ VideoCanvas2::Impl::Impl(VideoCanvas2& window)
     bindEvents();
 }
 
+VideoCanvas2::Impl::~Impl() {
+    release();
+    window_.Unbind(wxEVT_DESTROY, &Impl::onDestroy, this);
+}
+
 void VideoCanvas2::Impl::bindEvents() {
-    for (const auto& type : {wxEVT_MOTION, wxEVT_LEFT_DOWN, wxEVT_LEFT_DCLICK, wxEVT_LEFT_UP,
-                             wxEVT_MOUSEWHEEL, wxEVT_LEAVE_WINDOW, wxEVT_ENTER_WINDOW})
+    for (const auto& type : mouseEvents())
         window_.Bind(type, &Impl::onMouse, this);
     window_.Bind(wxEVT_SIZE, &Impl::onSize, this);
     window_.Bind(wxEVT_PAINT, &Impl::onPaint, this);
-    window_.Bind(wxEVT_ERASE_BACKGROUND, [](wxEraseEvent&) {});
+    window_.Bind(wxEVT_ERASE_BACKGROUND, &Impl::onEraseBackground, this);
     window_.Bind(wxEVT_DESTROY, &Impl::onDestroy, this);
-    window_.Bind(
-        wxEVT_TIMER, [this](wxTimerEvent&) { onHold(); }, kHoldTimerId);
-    window_.Bind(
-        wxEVT_TIMER, [this](wxTimerEvent&) { refresh(); }, kRetryTimerId);
+    window_.Bind(wxEVT_TIMER, &Impl::onHold, this, kHoldTimerId);
+    window_.Bind(wxEVT_TIMER, &Impl::onRetry, this, kRetryTimerId);
+}
+
+void VideoCanvas2::Impl::unbindEvents() {
+    for (const auto& type : mouseEvents())
+        window_.Unbind(type, &Impl::onMouse, this);
+    window_.Unbind(wxEVT_SIZE, &Impl::onSize, this);
+    window_.Unbind(wxEVT_PAINT, &Impl::onPaint, this);
+    window_.Unbind(wxEVT_ERASE_BACKGROUND, &Impl::onEraseBackground, this);
+    window_.Unbind(wxEVT_TIMER, &Impl::onHold, this, kHoldTimerId);
+    window_.Unbind(wxEVT_TIMER, &Impl::onRetry, this, kRetryTimerId);
 }
 
 void VideoCanvas2::Impl::set(VideoPlayer* player) {
@@ -140,6 +163,9 @@ void VideoCanvas2::Impl::set(VideoPlayer* player) {
     videoFps_ = info.fps;
     controls.setVideo(player != nullptr, info.frameCount);
     apply(interaction_.reset());
+    pictureFailed_ = false;
+    if (painter_)
+        painter_->forgetPicture();
     if (!player)
         return;
     // Keys reach the application's filter only while one of its windows has the focus.
@@ -158,10 +184,18 @@ void VideoCanvas2::Impl::set(VideoPlayer* player) {
 }
 
 void VideoCanvas2::Impl::seek(int64_t frame) {
+    if (player_)
+        player_->seek(static_cast<int>(frame));
+}
+
+void VideoCanvas2::Impl::pause() {
     if (!player_)
         return;
-    interaction_.noteSeek();
-    player_->seek(static_cast<int>(frame));
+    const CanvasEffects effects = interaction_.pause(player_->isPlaying());
+    apply(effects);
+    // A play that the playback thread has not come to yet.
+    if (effects.stopAndSeekTo == 0)
+        player_->stop();
 }
 
 void VideoCanvas2::Impl::onMouse(wxMouseEvent& event) {
@@ -170,6 +204,7 @@ void VideoCanvas2::Impl::onMouse(wxMouseEvent& event) {
     const wxEventType type = event.GetEventType();
     CanvasMouse mouse;
     mouse.position = {event.GetX(), event.GetY()};
+    mouse.leftIsDown = event.LeftIsDown();
     ui2::MouseInput input{ui2::MouseInput::Action::Motion, event.GetX(), event.GetY(), event.LeftIsDown()};
     if (type == wxEVT_MOUSEWHEEL) {
         if (event.GetWheelAxis() != wxMOUSE_WHEEL_VERTICAL)
@@ -201,8 +236,8 @@ void VideoCanvas2::Impl::onMouse(wxMouseEvent& event) {
     apply(interaction_.figureOutState(mouse, player_ && player_->isPlaying()));
 }
 
-void VideoCanvas2::Impl::onHold() {
-    apply(interaction_.onHold(player_ != nullptr, videoFps_));
+void VideoCanvas2::Impl::onHold(wxTimerEvent&) {
+    apply(interaction_.onHold(player_ != nullptr, videoFps_, player_ && player_->isSeekPending()));
 }
 
 void VideoCanvas2::Impl::apply(const CanvasEffects& effects) {
@@ -210,6 +245,7 @@ void VideoCanvas2::Impl::apply(const CanvasEffects& effects) {
         holdTimer_.Stop();
     if (effects.startTimer)
         holdTimer_.StartOnce(CanvasEffects::kHoldMilliseconds);
+    controls.setBlurSelected(interaction_.hovering());
     if (effects.clearLayoutHover)
         controls.clearHover();
     if (effects.playFps > 0 && player_)
@@ -261,6 +297,7 @@ void VideoCanvas2::Impl::fitToWindow() {
     const wxSize size = window_.GetClientSize();
     const double scale = window_.GetContentScaleFactor();
     interaction_.resize({size.GetWidth(), size.GetHeight()});
+    controls.place({size.GetWidth(), size.GetHeight()});
     backbuffer_->resize(
         {static_cast<int32_t>(size.GetWidth() * scale), static_cast<int32_t>(size.GetHeight() * scale)});
 }
@@ -274,8 +311,8 @@ void VideoCanvas2::Impl::onPaint(wxPaintEvent&) {
     const wxSize size = window_.GetClientSize();
     const view::Size windowSize{size.GetWidth(), size.GetHeight()};
     const CanvasPicture picture = interaction_.picture();
-    const CanvasPainter::Outcome outcome = painter_->paint(
-        picture, windowSize, [&](pxl::Batch& batch) { controls.draw(batch, windowSize, picture.hovering); });
+    const CanvasPainter::Outcome outcome =
+        painter_->paint(picture, windowSize, [&](pxl::Batch& batch) { controls.draw(batch, windowSize); });
     window_.SwapBuffers();
     if (!outcome.blursCurrent)
         retryTimer_.StartOnce(kRetryMilliseconds);
@@ -288,14 +325,16 @@ bool VideoCanvas2::Impl::startDrawing() {
     if (painter_ || drawingFailed_)
         return painter_ != nullptr;
     drawingFailed_ = true;
-    if (context_->IsOK() && window_.SetCurrent(*context_) && pxl::startGraphics(platform::setSwapInterval)) {
+    graphicsStarted_ =
+        context_->IsOK() && window_.SetCurrent(*context_) && pxl::startGraphics(platform::setSwapInterval);
+    if (graphicsStarted_) {
         painter_ = std::make_unique<CanvasPainter>(backbuffer_);
         drawingFailed_ = !painter_->valid();
     }
     if (!drawingFailed_)
         return true;
     painter_.reset();
-    wxLogMessage("[VideoCanvas] No OpenGL 3.3: nothing can be drawn");
+    wxLogError("[VideoCanvas] No OpenGL 3.3: nothing can be drawn");
     showFailure(_("The graphics driver does not offer OpenGL 3.3. The video cannot be shown."));
     return false;
 }
@@ -321,11 +360,14 @@ void VideoCanvas2::Impl::release() {
     holdTimer_.Stop();
     retryTimer_.Stop();
     tips_.close();
-    if (painter_ && window_.SetCurrent(*context_)) {
-        controls.releaseTextures();
-        painter_.reset();
+    unbindEvents();
+    const bool current = graphicsStarted_ && window_.SetCurrent(*context_);
+    if (graphicsStarted_ && !current)
+        pxl::abandonGraphics();
+    controls.releaseTextures();
+    painter_.reset();
+    if (current)
         pxl::stopGraphics();
-    }
     pxl::setCurrentRenderTarget(nullptr);
 }
 
@@ -341,6 +383,10 @@ VideoCanvas2::~VideoCanvas2() = default;
 
 void VideoCanvas2::set(VideoPlayer* player) {
     impl_->set(player);
+}
+
+void VideoCanvas2::pause() {
+    impl_->pause();
 }
 
 void VideoCanvas2::setAiRequest(std::function<void()> request) {

@@ -23,6 +23,10 @@ public:
     /// empty view.
     void set(VideoPlayer* player);
 
+    /// Ends a recording, stops the player when it plays, and shows the frame at hand: before something else
+    /// works on the video or holds the blurs. No lock may be held.
+    void pause();
+
     /// Called on the user-interface thread when the AI button is clicked.
     void setAiRequest(std::function<void()> request);
 

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <string>
 #include <thread>
@@ -50,13 +51,15 @@ protected:
         canvas.deliver(frame);
     }
     CanvasEffects send(CanvasMouse::Kind kind, int x, int y, int wheel = 0) {
-        return canvas.figureOutState({kind, {x, y}, wheel, false}, playing);
+        if (kind == CanvasMouse::LeftDown || kind == CanvasMouse::LeftUp)
+            buttonHeld = kind == CanvasMouse::LeftDown;
+        return canvas.figureOutState({kind, {x, y}, wheel, false, buttonHeld}, playing);
     }
     CanvasEffects move(int x, int y) { return send(CanvasMouse::Motion, x, y); }
     CanvasEffects press(int x, int y) { return send(CanvasMouse::LeftDown, x, y); }
     CanvasEffects release(int x, int y) { return send(CanvasMouse::LeftUp, x, y); }
     CanvasEffects leave() { return send(CanvasMouse::Leave, -1, 5); }
-    CanvasEffects hold(double fps = 25) { return canvas.onHold(true, fps); }
+    CanvasEffects hold(double fps = 25) { return canvas.onHold(true, fps, seekPending); }
 
     /// Paints a blur by a click and moves away, leaving it selected.
     int64_t paintedAt(int x, int y) {
@@ -84,6 +87,8 @@ protected:
     test::LogCapture log;
     CanvasInteraction canvas;
     bool playing = false;
+    bool buttonHeld = false;
+    bool seekPending = false;
 };
 
 // --- motion
@@ -139,10 +144,32 @@ TEST_F(Canvas, MotionOutsideHidesTheBrushAndKeepsThePlayer) {
 
 TEST_F(Canvas, MotionOnTheControlsIsOutsideThoughTheMappingSaysInside) {
     move(100, 100);
-    canvas.figureOutState({CanvasMouse::Motion, {100, 240}, 0, true}, false);
+    canvas.figureOutState({CanvasMouse::Motion, {100, 239}, 0, true}, false);
     EXPECT_FALSE(brushShown());
-    move(100, 240);
+    move(100, 239);
     EXPECT_TRUE(brushShown());
+}
+
+TEST_F(Canvas, GapsOfTheControlBarAreNoPictureThoughTheirFirstRowMapsInside) {
+    ASSERT_TRUE(canvas.mapping().inside({100, 240}));
+    move(100, 100);
+    move(100, 240);
+    EXPECT_FALSE(brushShown());
+    // The brush stays on the screen for a click that no motion came before.
+    move(100, 239);
+    ASSERT_TRUE(brushShown());
+    EXPECT_FALSE(press(100, 240).startTimer);
+    EXPECT_THAT(blurtrack::entriesAt(10), IsEmpty());
+    playing = true;
+    EXPECT_EQ(release(100, 240).stopAndSeekTo, 0);
+}
+
+TEST_F(Canvas, RowBelowAPictureThatLeavesRoomIsInside) {
+    canvas.resize({320, 300 + view::kControlBarHeight});
+    move(100, 270);
+    EXPECT_TRUE(brushShown());
+    move(100, 271);
+    EXPECT_FALSE(brushShown());
 }
 
 TEST_F(Canvas, MotionWhilePlayingMovesTheBrushOverBlursToo) {
@@ -394,7 +421,7 @@ TEST_F(Canvas, HoldingASelectedBlurContinuesItWithItsSquareAndCutsItsTrack) {
 TEST_F(Canvas, HoldingWithoutPlayerDoesNothing) {
     move(100, 100);
     press(100, 100);
-    const CanvasEffects effects = canvas.onHold(false, 25);
+    const CanvasEffects effects = canvas.onHold(false, 25, false);
     EXPECT_EQ(effects.playFps, 0);
     EXPECT_FALSE(canvas.recording());
 }
@@ -407,19 +434,26 @@ TEST_F(Canvas, HoldingOnAnotherPictureThanThePressedOneDoesNothing) {
     EXPECT_FALSE(canvas.recording());
 }
 
-TEST_F(Canvas, HoldingWaitsForASeekUnderWay) {
+TEST_F(Canvas, HoldingWaitsForTheLastOfTheSeeksUnderWay) {
     move(100, 100);
     press(100, 100);
-    canvas.noteSeek();
+    seekPending = true;
     CanvasEffects effects = hold();
     EXPECT_TRUE(effects.startTimer);
     EXPECT_FALSE(canvas.recording());
     // Still Stopped from the play loop that the seek follows.
     canvas.setPlayState(Stopped);
     EXPECT_TRUE(hold().startTimer);
+    // The first of two, to the same frame.
     canvas.setPlayState(Seeking);
     show(10);
     canvas.setPlayState(Stopped);
+    EXPECT_TRUE(hold().startTimer);
+    EXPECT_FALSE(canvas.recording());
+    canvas.setPlayState(Seeking);
+    show(10);
+    canvas.setPlayState(Stopped);
+    seekPending = false;
     effects = hold();
     EXPECT_FALSE(effects.startTimer);
     EXPECT_TRUE(canvas.recording());
@@ -719,6 +753,160 @@ TEST_F(Canvas, AHeldStoreNeverBlocksTheMouse) {
     EXPECT_FALSE(canvas.recording());
     move(211, 110);
     EXPECT_TRUE(hovering());
+}
+
+TEST_F(Canvas, AHeldStoreLeavesBrushAndSelectionAsTheyAre) {
+    put(10, 700, 200, 100);
+    move(100, 100);
+    const int64_t next = upcomingBrushId();
+    const auto withStoreHeld = [](const std::function<void()>& action) {
+        const std::lock_guard<std::mutex> held(blurtrack::store().mutex);
+        std::thread(action).join();
+    };
+    withStoreHeld([&] {
+        press(100, 100);
+        release(100, 100);
+    });
+    EXPECT_TRUE(log.contains(
+        format("[VideoCanvas] Blur not painted, the blurs are in use id:%lld frame: %lld", next - 1, 10)));
+    EXPECT_TRUE(brushShown());
+    EXPECT_EQ(upcomingBrushId(), next);
+
+    move(210, 110);
+    ASSERT_TRUE(hovering());
+    withStoreHeld([&] {
+        press(50, 50);
+        release(50, 50);
+        canvas.settle();
+    });
+    EXPECT_TRUE(hovering());
+    EXPECT_FALSE(brushShown());
+    EXPECT_EQ(upcomingBrushId(), next);
+}
+
+TEST_F(Canvas, HoldingWaitsForAHeldStore) {
+    move(100, 100);
+    press(100, 100);
+    {
+        const std::lock_guard<std::mutex> held(blurtrack::store().mutex);
+        CanvasEffects effects;
+        std::thread([&] { effects = hold(); }).join();
+        EXPECT_TRUE(effects.startTimer);
+        EXPECT_FALSE(canvas.recording());
+    }
+    EXPECT_FALSE(hold().startTimer);
+    EXPECT_TRUE(canvas.recording());
+}
+
+TEST_F(Canvas, FramesRecordedWhileTheStoreIsHeldAreMadeUpForWithoutWaiting) {
+    playing = true;
+    move(100, 100);
+    const int64_t id = upcomingBrushId();
+    press(100, 100);
+    {
+        const std::lock_guard<std::mutex> held(blurtrack::store().mutex);
+        std::thread player([&] {
+            show(11);
+            show(12);
+        });
+        player.join();
+    }
+    EXPECT_EQ(canvas.picture().frame->index, 12);
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10}));
+    show(13);
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10, 11, 12, 13}));
+}
+
+/// Whatever ends a recording, nothing of it is missing.
+class RecordingEnd : public Canvas, public testing::WithParamInterface<int> {};
+
+TEST_P(RecordingEnd, MakesUpForTheFramesThatCameWhileTheStoreWasHeld) {
+    const std::function<void()> ends[] = {
+        [this] { release(100, 100); },
+        [this] { release(100, 260); },
+        [this] { leave(); },
+        [this] { move(100, 260); },
+        [this] { canvas.setPlayState(Stopped); },
+        [this] { canvas.pause(true); },
+        [this] {
+            buttonHeld = false;
+            move(100, 100);
+        },
+    };
+    playing = true;
+    move(100, 100);
+    const int64_t id = upcomingBrushId();
+    press(100, 100);
+    {
+        const std::lock_guard<std::mutex> held(blurtrack::store().mutex);
+        std::thread([&] { show(12); }).join();
+    }
+    ends[GetParam()]();
+    EXPECT_FALSE(canvas.recording());
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10, 11, 12}));
+    EXPECT_EQ(blurtrack::spanOf(id)->frameCount, 3);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, RecordingEnd, testing::Range(0, 7));
+
+TEST_F(Canvas, RecordingThatEndsWhileTheStoreIsHeldSaysWhatIsMissing) {
+    playing = true;
+    move(100, 100);
+    const int64_t id = upcomingBrushId();
+    press(100, 100);
+    {
+        const std::lock_guard<std::mutex> held(blurtrack::store().mutex);
+        std::thread([&] {
+            show(12);
+            leave();
+        }).join();
+    }
+    EXPECT_FALSE(canvas.recording());
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10}));
+    EXPECT_THAT(log.lines(),
+                Contains(HasSubstr("not recorded id:" + std::to_string(id) + " frames: 11 to 12")));
+}
+
+TEST_F(Canvas, MotionOrEnteringWithoutTheButtonEndsARecordingWhoseReleaseWasLost) {
+    for (const auto kind : {CanvasMouse::Motion, CanvasMouse::Enter}) {
+        show(10);
+        playing = true;
+        move(100, 100);
+        press(100, 100);
+        show(11);
+        ASSERT_TRUE(canvas.recording());
+        move(110, 100);
+        EXPECT_TRUE(canvas.recording());
+        buttonHeld = false;
+        const CanvasEffects effects = send(kind, 110, 100);
+        EXPECT_FALSE(canvas.recording());
+        EXPECT_EQ(effects.stopAndSeekTo, 11);
+        EXPECT_TRUE(effects.stopTimer);
+    }
+}
+
+TEST_F(Canvas, MotionWithoutTheButtonStopsTheHoldTimer) {
+    move(100, 100);
+    press(100, 100);
+    EXPECT_FALSE(move(101, 100).stopTimer);
+    buttonHeld = false;
+    const CanvasEffects effects = move(101, 100);
+    EXPECT_TRUE(effects.stopTimer);
+    EXPECT_EQ(effects.stopAndSeekTo, 0);
+}
+
+TEST_F(Canvas, PausingEndsPlayingAndRecording) {
+    EXPECT_EQ(canvas.pause(false).stopAndSeekTo, 0);
+    EXPECT_TRUE(canvas.pause(false).stopTimer);
+    EXPECT_EQ(canvas.pause(true).stopAndSeekTo, 10);
+    move(100, 100);
+    press(100, 100);
+    hold();
+    // The worker does not play yet.
+    EXPECT_EQ(canvas.pause(false).stopAndSeekTo, 10);
+    EXPECT_FALSE(canvas.recording());
+    canvas.reset();
+    EXPECT_EQ(canvas.pause(true).stopAndSeekTo, 0);
 }
 
 TEST_F(Canvas, PictureCarriesTheSwitches) {

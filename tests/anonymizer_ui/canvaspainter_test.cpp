@@ -1,9 +1,13 @@
 #include "canvaspainter.h"
 
+#include <algorithm>
 #include <cstring>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <new>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -22,6 +26,11 @@ struct Card {
     /// Textures that map nothing, or refuse to be made.
     bool refuseMapping = false;
     bool refuseTextures = false;
+    /// Asks for textures so far.
+    int texturesAskedFor = 0;
+    bool noMemory = false;
+    /// Mapped memory does not survive.
+    bool loseMappings = false;
     uint32_t extraPitch = 0;
 };
 
@@ -43,7 +52,14 @@ public:
         ++card_.maps;
         return {reinterpret_cast<uint8_t*>(pixels.data()), width_ * 4 + card_.extraPitch};
     }
-    void unmap() override { ++card_.uploads; }
+    bool unmap() override {
+        if (card_.loseMappings) {
+            std::fill(pixels.begin(), pixels.end(), 0u);
+            return false;
+        }
+        ++card_.uploads;
+        return true;
+    }
 
 private:
     Card& card_;
@@ -125,6 +141,9 @@ protected:
         painter = std::make_unique<CanvasPainter>(
             target, std::move(batch),
             [this](uint32_t width, uint32_t height) -> std::shared_ptr<pxl::Texture> {
+                ++card.texturesAskedFor;
+                if (card.noMemory)
+                    throw std::bad_alloc();
                 if (card.refuseTextures)
                     return nullptr;
                 ++card.texturesMade;
@@ -265,6 +284,16 @@ TEST_F(Painter, ChangedDivisorRebuildsTheMosaicInPlace) {
     EXPECT_EQ(painter->slot(), 0);
     EXPECT_EQ(card.uploads, uploads + 1);
     EXPECT_TRUE(holdsMosaic(patches().at(0)));
+}
+
+TEST_F(Painter, DivisorOneGivesCellsOfTheSmallerSide) {
+    blurtrack::addBlur(1, {10, 10, 40, 40}, 100, 7);
+    picture.divisor = 1;
+    paint();
+    const std::vector<uint32_t>& mosaic = pixelsOf(patches().at(0));
+    for (std::size_t y = 0; y < 240; ++y)
+        for (std::size_t x = 0; x < 320; ++x)
+            ASSERT_EQ(mosaic[y * 320 + x], picture.frame->image.pixels[x < 240 ? 0 : 240]) << x << ", " << y;
 }
 
 TEST_F(Painter, LargeDivisorShowsThePictureItself) {
@@ -435,9 +464,64 @@ TEST_F(Painter, RefusedTexturesAreReportedAndSurvived) {
     EXPECT_TRUE(quads.empty());
     EXPECT_FALSE(paint().pictureShown);
     card.refuseTextures = false;
-    picture.frame = frame(2);
+    picture.frame = frame(2, 100, 60);
     EXPECT_TRUE(paint().pictureShown);
     EXPECT_EQ(quads.size(), 1u);
+}
+
+TEST_F(Painter, RefusedSizeIsAskedForOnce) {
+    card.refuseTextures = true;
+    for (int64_t index = 1; index <= 5; ++index) {
+        picture.frame = frame(index);
+        EXPECT_FALSE(paint().pictureShown);
+    }
+    EXPECT_EQ(card.texturesAskedFor, 2) << "frame and mosaic";
+    // Another video, perhaps on another screen.
+    card.refuseTextures = false;
+    painter->forgetPicture();
+    EXPECT_TRUE(paint().pictureShown);
+    EXPECT_TRUE(holdsFrame(quads[0]));
+}
+
+TEST_F(Painter, LackOfMemoryHidesThePictureOnly) {
+    card.noMemory = true;
+    EXPECT_FALSE(paint().pictureShown);
+    EXPECT_FALSE(paint().pictureShown);
+    EXPECT_EQ(card.texturesAskedFor, 1);
+    EXPECT_TRUE(quads.empty());
+    card.noMemory = false;
+    picture.frame = frame(2, 100, 60);
+    EXPECT_TRUE(paint().pictureShown);
+    EXPECT_TRUE(holdsFrame(quads[0]));
+}
+
+TEST_F(Painter, LostMappingsAreUploadedFromMemory) {
+    card.loseMappings = true;
+    blurtrack::addBlur(1, {10, 20, 40, 30}, 100, 7);
+    EXPECT_TRUE(paint().pictureShown);
+    EXPECT_TRUE(holdsFrame(quads[0]));
+    EXPECT_TRUE(holdsMosaic(quads[1]));
+}
+
+TEST_F(Painter, FrameDeliveredDuringAPaintWaitsForTheNextOne) {
+    std::weak_ptr<VideoPlayer::Frame> first = picture.frame;
+    CanvasInteraction canvas;
+    canvas.deliver(std::exchange(picture.frame, nullptr));
+    picture = canvas.picture();
+    picture.divisor = 50;
+    quads.clear();
+    painter->paint(picture, window, [&](pxl::Batch&) {
+        picture = {};
+        std::thread([&] { canvas.deliver(frame(2)); }).join();
+        EXPECT_FALSE(first.expired()) << "still drawn from";
+    });
+    ASSERT_EQ(quads.size(), 1u);
+    EXPECT_EQ(pixelsOf(quads[0])[0], frame(1)->image.pixels[0]);
+    picture = canvas.picture();
+    paint();
+    EXPECT_EQ(picture.frame->index, 2);
+    EXPECT_TRUE(holdsFrame(quads[0]));
+    EXPECT_TRUE(first.expired());
 }
 
 TEST_F(Painter, UnusualFramesAndWindowsAreSurvived) {

@@ -22,7 +22,7 @@ public:
     void upload(const void*) override {}
     uint8_t flipped() const override { return flipped_; }
     Mapping map() override { return {}; }
-    void unmap() override {}
+    bool unmap() override { return true; }
 
 private:
     uint8_t flipped_;

@@ -150,10 +150,33 @@ TEST_F(GlTextureTest, MappedMemoryThatGotLostIsNotUploaded) {
             forward(target);
             return GL_FALSE;
         });
-        texture->unmap();
+        EXPECT_FALSE(texture->unmap());
     }
     EXPECT_THAT(log.errors(), SizeIs(1));
     EXPECT_EQ(test::readTexture(*texture), pixels);
+}
+
+TEST_F(GlTextureTest, MappingAllocatesNothing) {
+    const auto texture = pxl::createTexture(4, 4);
+    static int allocations;
+    allocations = 0;
+    const Replaced<PFNGLBUFFERDATAPROC> count(epoxy_glBufferData,
+                                              [](GLenum, GLsizeiptr, const void*, GLenum) { ++allocations; });
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_TRUE(texture->map());
+        EXPECT_TRUE(texture->unmap());
+    }
+    EXPECT_EQ(allocations, 0);
+}
+
+TEST_F(GlTextureTest, AbandonedTexturesAreNotGivenBack) {
+    auto texture = pxl::createTexture(4, 4);
+    const GLuint name = texture->nativeName();
+    pxl::abandonGraphics();
+    texture.reset();
+    EXPECT_TRUE(glIsTexture(name));
+    glDeleteTextures(1, &name);
+    ASSERT_TRUE(pxl::startGraphics());
 }
 
 TEST_F(GlTextureTest, MayBeDestroyedWhileMapped) {

@@ -1,0 +1,104 @@
+#include "canvascontrols.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+/// A window of 640 × 480: timeline from 44 to 564 over frames 1 to 101, "Delete blur" at the right edge.
+class Controls : public testing::Test {
+protected:
+    Controls() {
+        controls.setVideo(true, 101);
+        controls.place({640, 480});
+    }
+
+    void mouse(ui2::MouseInput::Action action, int x, bool held) {
+        for (const auto& call : controls.mouse({action, x, 464, held}).calls)
+            call();
+    }
+    void press(int x) { mouse(ui2::MouseInput::Action::LeftDown, x, true); }
+    void drag(int x) { mouse(ui2::MouseInput::Action::Motion, x, true); }
+    void release(int x) { mouse(ui2::MouseInput::Action::LeftUp, x, false); }
+    void click(int x) {
+        press(x);
+        release(x);
+    }
+    /// Whether the knob stands at the frame: a press there moves nothing.
+    bool knobIsAt(int64_t frame) {
+        const std::size_t before = seeks.size();
+        click(44 + static_cast<int>((frame - 1) * 520 / 100));
+        return seeks.size() == before;
+    }
+
+    std::vector<int32_t> seeks;
+    int deletions = 0;
+    CanvasControls controls{
+        {[this](int32_t value) { seeks.push_back(value); }, [](bool) {}, [] {}, [this] { ++deletions; }}};
+};
+
+TEST_F(Controls, TimelineFollowsTheFrames) {
+    controls.showFrame(51);
+    EXPECT_TRUE(knobIsAt(51));
+    EXPECT_FALSE(knobIsAt(11));
+    EXPECT_EQ(seeks, std::vector<int32_t>{10});
+}
+
+TEST_F(Controls, HeldKnobStaysAndCatchesUpOnRelease) {
+    controls.showFrame(11);
+    press(96);
+    controls.showFrame(101);
+    release(96);
+    EXPECT_TRUE(seeks.empty());
+    EXPECT_TRUE(knobIsAt(101));
+}
+
+TEST_F(Controls, DraggedKnobStaysWhereTheUserLeftIt) {
+    controls.showFrame(11);
+    press(96);
+    drag(304);
+    controls.showFrame(13);
+    release(304);
+    EXPECT_EQ(seeks, std::vector<int32_t>{50});
+    EXPECT_TRUE(knobIsAt(51));
+    controls.showFrame(51);
+    EXPECT_TRUE(knobIsAt(51));
+}
+
+TEST_F(Controls, PressBesideTheKnobIsTheUsersToo) {
+    controls.showFrame(11);
+    press(304);
+    controls.showFrame(12);
+    release(304);
+    EXPECT_EQ(seeks, std::vector<int32_t>{50});
+    EXPECT_TRUE(knobIsAt(51));
+}
+
+TEST_F(Controls, LostReleaseCatchesUpToo) {
+    controls.showFrame(11);
+    press(96);
+    controls.showFrame(101);
+    mouse(ui2::MouseInput::Action::Motion, 300, false);
+    EXPECT_TRUE(knobIsAt(101));
+}
+
+TEST_F(Controls, AnotherVideoStartsAtItsBeginning) {
+    controls.showFrame(51);
+    controls.setVideo(true, 101);
+    press(44);
+    release(44);
+    EXPECT_TRUE(seeks.empty());
+    EXPECT_TRUE(knobIsAt(1));
+}
+
+TEST_F(Controls, DeleteIsEnabledAsSoonAsABlurIsSelected) {
+    click(624);
+    EXPECT_EQ(deletions, 0);
+    controls.setBlurSelected(true);
+    click(624);
+    EXPECT_EQ(deletions, 1);
+    controls.setBlurSelected(false);
+    click(624);
+    EXPECT_EQ(deletions, 1);
+}
+
+} // namespace
