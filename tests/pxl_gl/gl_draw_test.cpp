@@ -107,6 +107,29 @@ TEST_F(GlDrawTest, ColourMaskProtectsChannels) {
     EXPECT_EQ(at(4, 4), (Color{9, 9, 9, 9}));
 }
 
+TEST_F(GlDrawTest, ClearingSetsDepthAndStencilToZeroWhateverWasClippedBefore) {
+    glClearDepth(1);
+    glClearStencil(5);
+    glEnable(GL_SCISSOR_TEST);
+    glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE);
+    pxl::clearWindow({51, 102, 153, 204});
+    GLfloat depth = -1;
+    GLint stencil = -1;
+    GLfloat color[4] = {};
+    GLboolean mask[4] = {};
+    glGetFloatv(GL_DEPTH_CLEAR_VALUE, &depth);
+    glGetIntegerv(GL_STENCIL_CLEAR_VALUE, &stencil);
+    glGetFloatv(GL_COLOR_CLEAR_VALUE, color);
+    glGetBooleanv(GL_COLOR_WRITEMASK, mask);
+    EXPECT_FLOAT_EQ(depth, 0);
+    EXPECT_EQ(stencil, 0);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_FLOAT_EQ(color[i], static_cast<float>(i + 1) * 0.2f);
+        EXPECT_TRUE(mask[i]);
+    }
+    EXPECT_FALSE(glIsEnabled(GL_SCISSOR_TEST));
+}
+
 TEST_F(GlDrawTest, ClipIsCountedFromTheTop) {
     material->clip = pxl::RectF{1, 2, 3, 1};
     fill(red);
