@@ -220,7 +220,10 @@ private:
         const int32_t rest = length + padding - size;
         if (padding < 0 || rest < 0)
             refuse(section, "it leaves nothing of the picture");
-        return rest / stride + 1;
+        const int32_t result = rest / stride + 1;
+        if (result > kLargestValue)
+            refuse(section, "the picture becomes too large");
+        return result;
     }
 
     void add(const Section& section, int64_t count) {

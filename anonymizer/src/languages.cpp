@@ -4,12 +4,14 @@
 #include <memory>
 #include <set>
 
+#include <wx/ffile.h>
 #include <wx/filename.h>
 #include <wx/intl.h>
 #include <wx/log.h>
 #include <wx/translation.h>
 
 #include "appresources.h"
+#include "catalogcheck.h"
 #include "nativenames.h"
 #include "platform.h"
 #include "settings.h"
@@ -39,6 +41,35 @@ std::optional<wxString> libraryName(int32_t id) {
     return language ? std::optional<wxString>(language->CanonicalName) : std::nullopt;
 }
 
+std::string contentOf(const wxString& path) {
+    const wxLogNull quiet;
+    wxFFile file(path, "rb");
+    if (!file.IsOpened())
+        return {};
+    std::string content(static_cast<std::size_t>(std::max<wxFileOffset>(file.Length(), 0)), '\0');
+    content.resize(file.Read(content.data(), content.size()));
+    return content;
+}
+
+/// Keeps the program's own catalogs from the library when they are damaged; its texts are English then.
+class SoundCatalogsLoader : public wxFileTranslationsLoader {
+public:
+    wxMsgCatalog* LoadCatalog(const wxString& domain, const wxString& language) override {
+        const wxString path =
+            wxString::Format("%s/%s/%s.mo", appresources::languagesFolder(), language, domain);
+        if (!wxFileName::FileExists(path) || isSoundCatalog(contentOf(path)))
+            return wxFileTranslationsLoader::LoadCatalog(domain, language);
+        wxLogMessage("Damaged catalog %s is not used", path);
+        return nullptr;
+    }
+};
+
+void replaceTranslations() {
+    auto* translations = new wxTranslations;
+    translations->SetLoader(new SoundCatalogsLoader);
+    wxTranslations::Set(translations);
+}
+
 /// A locale that the system lacks is no obstacle: the texts are translated all the same.
 void replaceLocale(int32_t id) {
     const wxLogNull quiet;
@@ -51,8 +82,8 @@ void replaceLocale(int32_t id) {
 } // namespace
 
 void initTranslations() {
-    auto* translations = new wxTranslations;
-    wxTranslations::Set(translations);
+    replaceTranslations();
+    wxTranslations* translations = wxTranslations::Get();
     replaceLocale(current);
     wxFileTranslationsLoader::AddCatalogLookupPathPrefix(appresources::languagesFolder());
     translations->AddCatalog("wxstd", wxLANGUAGE_ENGLISH_US);
@@ -96,7 +127,7 @@ void applyLanguage(const Entry& entry) {
     current = entry.id;
     chosen = true;
     // The catalogs of the language before are forgotten with the object that holds them.
-    wxTranslations::Set(new wxTranslations);
+    replaceTranslations();
     replaceLocale(current);
     wxLocale::AddCatalogLookupPathPrefix(appresources::languagesFolder());
     locale->AddCatalog("wxstd");

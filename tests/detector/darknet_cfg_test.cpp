@@ -103,6 +103,13 @@ TEST(DarknetCfg, SurvivesEveryCutAndEveryDamagedByte) {
         }
 }
 
+TEST(DarknetCfg, LayersCannotEnlargeThePictureWithoutEnd) {
+    std::string cfg = "[net]\nwidth=65536\nheight=65536\n";
+    for (int layer = 0; layer < 17000; ++layer)
+        cfg += "[conv]\npadding=65536\n";
+    EXPECT_THAT(readNetwork(cfg).problem, HasSubstr("too large"));
+}
+
 TEST(DarknetWeights, AreRefusedWhenTooShortOrTooLong) {
     const auto model = test::colourModel();
     const auto network = readNetwork(model.cfg);
