@@ -19,3 +19,7 @@ if(SHROUD_SANITIZE)
   target_compile_options(shroud_flags INTERFACE ${sanitizer_flags})
   target_link_options(shroud_flags INTERFACE ${sanitizer_flags})
 endif()
+# The fuzz targets' own -fsanitize=fuzzer adds the main program.
+if(SHROUD_FUZZ)
+  target_compile_options(shroud_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()
