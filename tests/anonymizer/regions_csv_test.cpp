@@ -142,9 +142,3 @@ TEST(RegionsCsv, ReadsFiles) {
     EXPECT_FALSE(regions_csv::read(path(folder.path().u8string()), error).has_value());
     EXPECT_EQ(error, "Is a directory");
 }
-
-TEST(RegionsCsv, AReadErrorIsNoEndOfFile) {
-    wxString error;
-    EXPECT_FALSE(regions_csv::read("/proc/self/mem", error).has_value());
-    EXPECT_EQ(error, "Input/output error");
-}
