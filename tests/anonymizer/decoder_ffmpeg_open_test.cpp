@@ -4,6 +4,8 @@
 
 #include "support/clip_decoding.h"
 #include "support/log_capture.h"
+#include "support/media_probe.h"
+#include "support/temp_dir.h"
 
 namespace {
 
@@ -117,6 +119,44 @@ TEST(DecoderOpen, FailsWithTheLibrarysWords) {
 
 TEST(DecoderOpen, FailsSilentlyWithoutAVideoStream) {
     expectFailure(test::clipPath("audio_only.mp4"), "");
+}
+
+/// Three uncompressed pictures in a QuickTime file, whose sizes only its header knows.
+std::string rawClip(const test::TempDir& dir) {
+    const wxString path = dir.file("raw.mov");
+    test::outputOf("ffmpeg -v error -f lavfi -i color=red:size=64x48:rate=25 -frames:v 3 -c:v rawvideo "
+                   "-pix_fmt rgb24 " +
+                   test::quoted(path));
+    return test::readFile(path.utf8_string());
+}
+
+TEST(DecoderOpen, FailsSilentlyWithoutAPictureSize) {
+    const test::TempDir dir;
+    const std::string clip = rawClip(dir);
+    // Width and height, two bytes each, in the sample description.
+    const std::size_t size = clip.find("stsd") + 44;
+    ASSERT_EQ(clip.substr(size, 4), std::string("\0\x40\0\x30", 4));
+    for (const std::size_t side : {size, size + 2}) {
+        std::string flat = clip;
+        flat.replace(side, 2, 2, '\0');
+        dir.write("flat.mov", flat);
+        expectFailure(dir.file("flat.mov"), "");
+    }
+}
+
+// The library replaces a rate of 0/0 by the units of the time stamps, so no file leads to one. Not a number
+// is tried where it would matter: with the encoder and the export.
+TEST(DecoderOpen, SurvivesATimeScaleOfNothing) {
+    const test::TempDir dir;
+    std::string clip = rawClip(dir);
+    clip.replace(clip.find("mdhd") + 16, 4, 4, '\0');
+    dir.write("timeless.mov", clip);
+    Decoder_ffmpeg decoder;
+    ASSERT_TRUE(decoder.open(dir.file("timeless.mov")));
+    EXPECT_LE(test::scanAll(decoder), 3);
+    video::VideoInfo info;
+    EXPECT_GT(decoder.info(info).fps, 0);
+    EXPECT_LT(info.fps, 1);
 }
 
 TEST(DecoderOpen, ForgetsTheLastFailureWhenItSucceeds) {
