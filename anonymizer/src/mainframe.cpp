@@ -22,7 +22,9 @@
 #include "filedroptarget.h"
 #include "scanprogress.h"
 #include "videocanvas.h"
+#include "videonotices.h"
 #include "videoplayer.h"
+#include "windowlink.h"
 
 namespace {
 
@@ -33,7 +35,8 @@ const wxColour kBackground(32, 32, 32);
 } // namespace
 
 MainFrame::MainFrame(const wxString& title, const wxPoint& position, const wxSize& size)
-    : wxFrame(nullptr, wxID_ANY, title, position, size), progress_(this) {
+    : wxFrame(nullptr, wxID_ANY, title, position, size), progress_(this),
+      link_(std::make_shared<WindowLink>(this, this)) {
     loadIcon();
     SetMinSize(wxSize(kMinimumSide, kMinimumSide));
     buildMenus();
@@ -45,6 +48,7 @@ MainFrame::MainFrame(const wxString& title, const wxPoint& position, const wxSiz
 }
 
 MainFrame::~MainFrame() {
+    link_->cut();
     canvas_->set(nullptr);
     player_.reset();
     // Lines logged by threads wait for the event loop, which is about to end.
@@ -83,7 +87,15 @@ void MainFrame::onClose(wxCloseEvent& event) {
     if (worker_ != Worker::None && event.CanVeto())
         event.Veto();
     else
-        event.Skip();
+        leave();
+}
+
+void MainFrame::leave() {
+    // An update of the progress dialog runs the event loop, which would delete the dialog's owner within it.
+    calls_.end([this] {
+        progress_.finish();
+        Destroy();
+    });
 }
 
 void MainFrame::onSize(wxSizeEvent& event) {
@@ -92,8 +104,12 @@ void MainFrame::onSize(wxSizeEvent& event) {
     CallAfter([this] { showHint(hintShown_); });
 }
 
+bool MainFrame::isBusy() const {
+    return worker_ != Worker::None || choosingFile_;
+}
+
 bool MainFrame::refusesVideos() const {
-    return worker_ != Worker::None || (player_ && player_->isPreprocessing());
+    return isBusy() || (player_ && player_->isPreprocessing());
 }
 
 video::VideoInfo MainFrame::videoInfo() const {
@@ -119,19 +135,28 @@ void MainFrame::onReset() {
 
 void MainFrame::showHint(const wxString& text) {
     const int width = bottomPanel_->GetClientSize().x;
-    if (text == hintShown_ && width == hintWidth_)
+    // In a small window the controls and a strip of picture come before the last lines of a long hint.
+    const int room = GetClientSize().y - barsHeight() - canvas_->GetMinSize().y - 2 * kHintBorder;
+    if (text == hintShown_ && width == hintWidth_ && room == hintRoom_)
         return;
     hintShown_ = text;
     hintWidth_ = width;
+    hintRoom_ = room;
     hintLine_->SetLabelText(text);
     hintLine_->Wrap(width);
-    // In a small window the controls and a strip of picture come before the last lines of a long hint.
-    const int room = GetClientSize().y - canvas_->GetMinSize().y - 2 * kHintBorder;
     const int wanted = bottomPanel_->GetSizer()->CalcMin().y;
     bottomPanel_->SetMinSize(wxSize(wxDefaultCoord, std::clamp(room, 0, wanted)));
     Layout();
     // The panel's size handler is empty, so nothing lays it out but this.
     bottomPanel_->Layout();
+}
+
+int MainFrame::barsHeight() const {
+    int height = 0;
+    for (wxSizerItem* item : GetSizer()->GetChildren())
+        if (const wxWindow* window = item->GetWindow(); window != canvas_ && window != bottomPanel_)
+            height += item->IsShown() ? item->CalcMin().y : 0;
+    return height;
 }
 
 wxInfoBarGeneric* MainFrame::addBar(const wxString& text, int icon) {
@@ -141,6 +166,7 @@ wxInfoBarGeneric* MainFrame::addBar(const wxString& text, int icon) {
     bar->SetSize(GetClientSize().x, wxDefaultCoord);
     bar->Layout();
     bar->ShowMessage(text, icon);
+    showHint(hintShown_);
     return bar;
 }
 
@@ -172,8 +198,10 @@ void MainFrame::finish() {
         progress_.finish();
         // An export ends with its completion callback instead.
         if (worker_ == Worker::Detection) {
-            worker_ = Worker::None;
+            endWorker();
             refreshPicture();
+            for (const wxString& notice : noticesFor(*report_))
+                notices_.push_back(addBar(notice, wxICON_WARNING));
         }
     });
 }

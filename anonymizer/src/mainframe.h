@@ -3,10 +3,12 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include <wx/frame.h>
 
+#include "aiworker.h"
 #include "exportworker.h"
 #include "orderedcalls.h"
 #include "progressdisplay.h"
@@ -14,6 +16,7 @@
 #include "video_backend.h"
 
 class ScanProgress;
+class WindowLink;
 class VideoCanvas2;
 class VideoPlayer;
 class wxInfoBarGeneric;
@@ -38,14 +41,15 @@ public:
     /// opened since. From another thread it queues itself.
     void onReady(int64_t openNumber);
 
-    /// Starts the detection pass on the open video. Does nothing while a worker runs.
+    /// Starts the detection pass on the open video. Does nothing before that is ready or while a worker runs.
     void OnAI(wxCommandEvent& event);
 
     /// Writes the anonymised copy of the open video. Refusals and failures are message boxes. Does nothing
-    /// while a worker runs.
+    /// before the video is ready or while a worker runs.
     void exportTo(const wxString& outputPath);
 
-    /// True while a dropped video must be refused: one is being pre-processed or a worker runs.
+    /// True while a dropped video must be refused: one is being pre-processed, a worker runs or the user
+    /// chooses a file.
     bool refusesVideos() const;
 
     /// Wrapped to the window's width, now and whenever that changes.
@@ -79,12 +83,23 @@ private:
     void onOpen();
     void onExport();
     void onReset();
+    /// Destroys the window once no call of `calls_` is under way.
+    void leave();
     void onChoice(int id);
     void onClose(wxCloseEvent& event);
     void onSize(wxSizeEvent& event);
 
+    /// A worker runs or the user chooses a file.
+    bool isBusy() const;
+    /// Asks for the target of an export. Nothing when the user thinks better of it.
+    std::optional<wxString> chooseExportPath();
+    /// Shows the progress of a worker that is about to start; from here on the window can't be used.
+    void startWorker(Worker worker, const wxString& title, const wxString& message);
+    void endWorker();
     void closeVideo();
     void readyVideo();
+    /// Pixels that the bars under the picture take.
+    int barsHeight() const;
     wxInfoBarGeneric* addBar(const wxString& text, int icon);
     void showError(const wxString& text, const wxString& advice = {});
     void onExportDone(ExportResult result, const wxString& outputPath, const wxString& reason);
@@ -108,6 +123,7 @@ private:
     /// What the hint line was made from: it is laid out again only when one of them changes.
     wxString hintShown_;
     int hintWidth_ = 0;
+    int hintRoom_ = 0;
 
     /// Outlives the player that reports to it.
     std::unique_ptr<ScanProgress> scanProgress_;
@@ -116,11 +132,19 @@ private:
     OrderedCalls calls_;
     /// Empty when no video is open.
     wxString videoPath_;
+    /// The open video can be edited, exported and searched.
+    bool ready_ = false;
+    /// A file dialog or a question about its answer is on the screen.
+    bool choosingFile_ = false;
     /// Which open a queued call belongs to: calls of an earlier video must not act on a later one.
     int64_t openNumber_ = 0;
     /// From the start of a worker to its end. A video opened meanwhile would take the blurs away from the
     /// rest of an export, and what it should hide would go out clear.
     Worker worker_ = Worker::None;
+    /// How the detection that runs or ran last went; read only after it has finished.
+    std::shared_ptr<AiReport> report_;
+    /// What the workers know of this window.
+    std::shared_ptr<WindowLink> link_;
     /// Bars about the open video, taken away with it.
     std::vector<wxInfoBarGeneric*> notices_;
     /// Where the file dialogs start; empty before the first file of this run.

@@ -133,7 +133,7 @@ void MainFrame::bindCommands() {
         wxEVT_MENU,
         [this](wxCommandEvent&) {
             if (worker_ == Worker::None)
-                Destroy();
+                leave();
         },
         wxID_EXIT);
     Bind(

@@ -19,6 +19,7 @@
 #include "hints.h"
 #include "mainframe.h"
 #include "scanprogress.h"
+#include "scopedflag.h"
 #include "switches.h"
 #include "videocanvas.h"
 #include "videonotices.h"
@@ -31,13 +32,19 @@ constexpr const char* kTitle = "Tarvex Shroud";
 } // namespace
 
 void MainFrame::onOpen() {
-    if (worker_ != Worker::None)
+    if (isBusy())
         return;
-    wxFileDialog dialog(this, _("Open video file"), lastFolder_, wxEmptyString,
-                        wxString::Format("%s (*.mp4;*.mov)|*.mp4;*.mov", _("Video files")),
-                        wxFD_OPEN | wxFD_FILE_MUST_EXIST);
-    if (dialog.ShowModal() == wxID_OK)
-        openVideo(dialog.GetPath());
+    wxString path;
+    {
+        const ScopedFlag choosing(choosingFile_);
+        wxFileDialog dialog(this, _("Open video file"), lastFolder_, wxEmptyString,
+                            wxString::Format("%s (*.mp4;*.mov)|*.mp4;*.mov", _("Video files")),
+                            wxFD_OPEN | wxFD_FILE_MUST_EXIST);
+        if (dialog.ShowModal() != wxID_OK)
+            return;
+        path = dialog.GetPath();
+    }
+    openVideo(path);
 }
 
 void MainFrame::closeVideo() {
@@ -46,6 +53,7 @@ void MainFrame::closeVideo() {
     player_.reset();
     scanProgress_.reset();
     ++openNumber_;
+    ready_ = false;
     // The dialog of a pre-processing that was cut short; an update of it may be under way further up.
     calls_.run([this] { progress_.finish(); });
     for (wxInfoBarGeneric* bar : notices_)
@@ -81,7 +89,10 @@ void MainFrame::openVideo(const wxString& path) {
     }
     if (opened) {
         videoPath_ = path;
-        lastFolder_ = wxFileName(path).GetPath();
+        // The command line may name a file relative to the folder that the program was started in.
+        wxFileName file(path);
+        file.MakeAbsolute();
+        lastFolder_ = file.GetPath();
         SetTitle(wxString(kTitle) + " - " + path);
         return;
     }
@@ -111,6 +122,7 @@ void MainFrame::readyVideo() {
         blurtrack::initFrames(info.frameCount);
     }
     switches::brushSize = std::min(info.width, info.height) / 10;
+    ready_ = true;
     canvas_->set(player_.get());
     enableEditing(true);
     aiItem_->Enable(ai::available());
@@ -119,10 +131,11 @@ void MainFrame::readyVideo() {
         menuBar_->Check(*item, true);
     menuBar_->Check(commands::modeItem(switches::editingMode), true);
     setHintState(kHintBlurMode);
-    canvas_->setAiRequest([this] {
-        CallAfter([this] {
+    canvas_->setAiRequest([this, openNumber = openNumber_] {
+        CallAfter([this, openNumber] {
             wxCommandEvent none;
-            OnAI(none);
+            if (openNumber == openNumber_)
+                OnAI(none);
         });
     });
     for (const wxString& notice : noticesFor(info, player_->hasVariableRate()))

@@ -9,47 +9,72 @@
 #include "exporttarget.h"
 #include "mainframe.h"
 #include "platform.h"
+#include "scopedflag.h"
 #include "switches.h"
 #include "videocanvas.h"
+#include "windowlink.h"
+
+void MainFrame::startWorker(Worker worker, const wxString& title, const wxString& message) {
+    worker_ = worker;
+    // The worker's own report comes later: the window has to be out of reach from the first moment.
+    const auto total = static_cast<int32_t>(videoInfo().frameCount);
+    calls_.run([this, title, message, total] { progress_.start(title, message, total); });
+}
+
+void MainFrame::endWorker() {
+    worker_ = Worker::None;
+    calls_.run([this] { progress_.finish(); });
+}
 
 void MainFrame::OnAI(wxCommandEvent&) {
-    if (worker_ != Worker::None)
+    if (isBusy() || !ready_)
         return;
     // The pass holds the blurs all the time.
     canvas_->pause();
-    auto worker = std::make_unique<AiWorker>(videoInfo(), this);
-    // The pass is followed through its progress alone.
-    worker->setDone([] {});
-    worker_ = Worker::Detection;
+    report_ = std::make_shared<AiReport>();
+    auto worker = std::make_unique<AiWorker>(videoInfo(), link_.get());
+    worker->setReport(report_);
+    // The pass is followed through its progress alone; the callback only keeps the link alive.
+    worker->setDone([link = link_] {});
+    startWorker(Worker::Detection, "Tarvex AI", _("Initializing"));
     if (worker->Run() == wxTHREAD_NO_ERROR) {
         worker.release();
         return;
     }
-    worker_ = Worker::None;
+    endWorker();
     showError(_("The detection could not be started."));
 }
 
 void MainFrame::onExport() {
-    if (worker_ != Worker::None)
+    if (isBusy() || !ready_)
         return;
+    const int64_t openNumber = openNumber_;
+    const auto path = chooseExportPath();
+    // A video opened meanwhile has no blurs yet, and the name was chosen for another.
+    if (path && openNumber == openNumber_)
+        exportTo(*path);
+}
+
+std::optional<wxString> MainFrame::chooseExportPath() {
+    const ScopedFlag choosing(choosingFile_);
     wxFileDialog dialog(this, _("Export video file"), lastFolder_, wxEmptyString,
                         wxString::Format("%s (*.mp4)|*.mp4|%s (*.mov)|*.mov", _("MP4 files"), _("MOV files")),
                         wxFD_SAVE | wxFD_OVERWRITE_PROMPT);
     dialog.SetFilterIndex(exporttarget::filterFor(videoPath_));
     if (dialog.ShowModal() != wxID_OK)
-        return;
+        return std::nullopt;
     const wxString chosen = dialog.GetPath();
     const wxString path = exporttarget::withEnding(chosen, dialog.GetFilterIndex());
     // The dialog asked about the name without the ending.
     if (path != chosen && wxFileName::FileExists(path) &&
         wxMessageBox(wxString::Format(_("The file %s already exists. Do you want to replace it?"), path),
                      _("Export video file"), wxYES_NO | wxNO_DEFAULT | wxICON_WARNING, this) != wxYES)
-        return;
-    exportTo(path);
+        return std::nullopt;
+    return path;
 }
 
 void MainFrame::exportTo(const wxString& outputPath) {
-    if (worker_ != Worker::None)
+    if (isBusy() || !ready_)
         return;
     if (outputPath.empty()) {
         showError(_("File path was empty. Failed to export video."));
@@ -65,20 +90,22 @@ void MainFrame::exportTo(const wxString& outputPath) {
     lastFolder_ = wxFileName(outputPath).GetPath();
     canvas_->pause();
     std::unique_ptr<ExportWorker> worker(
-        createExportWorker(switches::editingMode, outputPath, videoInfo(), this));
-    worker->setDone([this, outputPath](ExportResult result, const wxString& reason) {
-        queue([this, result, outputPath, reason] {
-            worker_ = Worker::None;
-            // Shown outside the queue: a box waits for the user, and the next call must not wait for it.
-            CallAfter([this, result, outputPath, reason] { onExportDone(result, outputPath, reason); });
+        createExportWorker(switches::editingMode, outputPath, videoInfo(), link_.get()));
+    worker->setDone([this, link = link_, outputPath](ExportResult result, const wxString& reason) {
+        link->queue([this, result, outputPath, reason] {
+            calls_.run([this, result, outputPath, reason] {
+                endWorker();
+                // Shown outside the queue: a box waits for the user, and the next call must not wait for it.
+                CallAfter([this, result, outputPath, reason] { onExportDone(result, outputPath, reason); });
+            });
         });
     });
-    worker_ = Worker::Export;
+    startWorker(Worker::Export, _("Export"), wxString::Format(_("Exporting video %s"), outputPath));
     if (worker->Run() == wxTHREAD_NO_ERROR) {
         worker.release();
         return;
     }
-    worker_ = Worker::None;
+    endWorker();
     onExportDone(ExportResult::Failed, outputPath, _("The export could not be started."));
 }
 

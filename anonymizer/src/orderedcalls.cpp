@@ -2,18 +2,24 @@
 
 #include <utility>
 
+#include "scopedflag.h"
+
 void OrderedCalls::run(std::function<void()> call) {
+    if (ended_)
+        return;
     waiting_.push_back(std::move(call));
     if (running_)
         return;
-    struct Running {
-        explicit Running(bool& flag) : flag_(flag) { flag_ = true; }
-        ~Running() { flag_ = false; }
-        bool& flag_;
-    } running(running_);
+    const ScopedFlag running(running_);
     while (!waiting_.empty()) {
         const auto next = std::move(waiting_.front());
         waiting_.pop_front();
         next();
     }
+}
+
+void OrderedCalls::end(std::function<void()> call) {
+    waiting_.clear();
+    run(std::move(call));
+    ended_ = true;
 }

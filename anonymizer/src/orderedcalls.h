@@ -9,7 +9,12 @@ class OrderedCalls {
 public:
     void run(std::function<void()> call);
 
+    /// Runs `call` as the last one: those that wait are forgotten and later ones ignored. What one of the
+    /// calls belongs to may therefore go away afterwards even though that call is still under way further up.
+    void end(std::function<void()> call);
+
 private:
     std::deque<std::function<void()>> waiting_;
     bool running_ = false;
+    bool ended_ = false;
 };

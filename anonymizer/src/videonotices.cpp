@@ -40,3 +40,16 @@ std::vector<wxString> noticesFor(const video::VideoInfo& info, bool variableRate
                              info.fps));
     return notices;
 }
+
+std::vector<wxString> noticesFor(const AiReport& report) {
+    std::vector<wxString> notices;
+    if (!report.hadDetector)
+        return {_("Nobody was looked for: the detection found no model that it can use.")};
+    if (report.brokeOff)
+        notices.push_back(_("The detection broke off. Look at the whole video before you export it."));
+    if (report.failedFrames > 0)
+        notices.push_back(wxString::Format(
+            _("The detection failed on some frames (%s). Look at the whole video before you export it."),
+            wxString() << report.failedFrames));
+    return notices;
+}

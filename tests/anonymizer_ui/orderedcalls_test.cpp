@@ -33,3 +33,16 @@ TEST(OrderedCalls, AnExceptionDoesNotStopLaterCalls) {
     calls.run([&] { ran = true; });
     EXPECT_TRUE(ran);
 }
+
+TEST(OrderedCalls, TheLastCallWaitsForTheOneUnderWayAndNoOtherFollows) {
+    OrderedCalls calls;
+    std::vector<int> order;
+    calls.run([&] {
+        calls.run([&] { order.push_back(9); });
+        calls.end([&] { order.push_back(2); });
+        calls.run([&] { order.push_back(9); });
+        order.push_back(1);
+    });
+    calls.run([&] { order.push_back(9); });
+    EXPECT_EQ(order, (std::vector<int>{1, 2}));
+}

@@ -59,3 +59,16 @@ TEST(VideoNotices, UnknownRatesAndDurationsAreNothing) {
     info.durationSec = 0;
     EXPECT_TRUE(noticesFor(info, false).empty());
 }
+
+TEST(DetectionNotices, TellWhatWasNotLookedAt) {
+    AiReport report;
+    ASSERT_EQ(noticesFor(report).size(), 1u);
+    EXPECT_TRUE(noticesFor(report)[0].StartsWith("Nobody was looked for"));
+    report.hadDetector = true;
+    EXPECT_TRUE(noticesFor(report).empty());
+    report.brokeOff = true;
+    report.failedFrames = 12;
+    ASSERT_EQ(noticesFor(report).size(), 2u);
+    EXPECT_TRUE(noticesFor(report)[0].StartsWith("The detection broke off."));
+    EXPECT_TRUE(noticesFor(report)[1].Contains("(12)"));
+}

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <wx/app.h>
+#include <wx/evtloop.h>
 #include <wx/image.h>
 #include <wx/log.h>
 
@@ -25,7 +26,12 @@ public:
         ADD_FAILURE() << wxString::Format("%s(%d), %s: \"%s\" %s", file, line, function, condition,
                                           message ? message : wxS(""));
     }
-    int OnRun() override { return RUN_ALL_TESTS(); }
+    int OnRun() override {
+        // A progress dialog made while no loop is active brings one of its own.
+        wxGUIEventLoop loop;
+        const wxEventLoopActivator active(&loop);
+        return RUN_ALL_TESTS();
+    }
 };
 
 wxIMPLEMENT_APP_NO_MAIN(TestApp);

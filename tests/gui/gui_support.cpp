@@ -57,6 +57,10 @@ void DialogAnswers::chooseFile(const wxString& path, int filter) {
     filter_ = filter;
 }
 
+void DialogAnswers::duringFileDialogs(std::function<void()> call) {
+    duringFileDialog_ = std::move(call);
+}
+
 void DialogAnswers::onOther(std::function<int(wxDialog*)> answer) {
     other_ = std::move(answer);
 }
@@ -70,6 +74,8 @@ int DialogAnswers::Enter(wxDialog* dialog) {
         fileDialogs.push_back((files->GetMessage() + "; " + files->GetDirectory() + "; " +
                                files->GetWildcard() + wxString::Format("; %d", files->GetFilterIndex()))
                                   .utf8_string());
+        if (duringFileDialog_)
+            duringFileDialog_();
         if (file_.empty())
             return wxID_CANCEL;
         files->SetFilterIndex(filter_);

@@ -24,6 +24,8 @@ public:
 
     /// The next file dialogs choose this file and this position in the list of types.
     void chooseFile(const wxString& path, int filter = 0);
+    /// Called while each file dialog is open.
+    void duringFileDialogs(std::function<void()> call);
     /// Called with every other dialog; its result is the answer.
     void onOther(std::function<int(wxDialog*)> answer);
 
@@ -39,6 +41,7 @@ private:
     int answer_;
     wxString file_;
     int filter_ = 0;
+    std::function<void()> duringFileDialog_;
     std::function<int(wxDialog*)> other_;
 };
 

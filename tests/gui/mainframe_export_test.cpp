@@ -3,7 +3,9 @@
 #include <filesystem>
 
 #include <gmock/gmock.h>
+#include <wx/app.h>
 #include <wx/event.h>
+#include <wx/weakref.h>
 
 #include "commands.h"
 #include "filedroptarget.h"
@@ -141,6 +143,7 @@ TEST_F(MainFrameExport, NothingThatWouldTakeTheBlursAwayHappensMeanwhile) {
     const wxString title = frame_->GetTitle();
     frame_->exportTo(wxString::FromUTF8(folder_.file("out.mp4")));
     ASSERT_TRUE(frame_->refusesVideos());
+    EXPECT_FALSE(frame_->IsEnabled()) << "from the first moment";
 
     wxArrayString files;
     files.Add(clip("plain.mp4"));
@@ -153,7 +156,7 @@ TEST_F(MainFrameExport, NothingThatWouldTakeTheBlursAwayHappensMeanwhile) {
     EXPECT_FALSE(frame_->Close()) << "the close button, the window manager's key and the session's end";
     wxCommandEvent exit(wxEVT_MENU, wxID_EXIT);
     frame_->GetEventHandler()->ProcessEvent(exit);
-    EXPECT_FALSE(frame_->IsBeingDeleted());
+    EXPECT_FALSE(wxPendingDelete.Member(frame_));
 
     EXPECT_EQ(frame_->GetTitle(), title);
     EXPECT_TRUE(bars().empty());
@@ -167,6 +170,86 @@ TEST_F(MainFrameExport, NothingThatWouldTakeTheBlursAwayHappensMeanwhile) {
     EXPECT_TRUE(frame_->IsEnabled());
 }
 
+TEST_F(MainFrameExport, AVideoDroppedWhileTheNameIsChosenIsRefusedSilently) {
+    openReady("odd_321x181.mp4");
+    dialogs_.chooseFile(wxString::FromUTF8(folder_.file("out.mp4")));
+    dialogs_.duringFileDialogs([this] {
+        wxArrayString files;
+        files.Add(clip("plain.mp4"));
+        EXPECT_FALSE(FileDropTarget(frame_).OnDropFiles(0, 0, files));
+    });
+    const wxString title = frame_->GetTitle();
+    command(commands::kExport);
+    waitForTheWorker();
+    EXPECT_EQ(frame_->GetTitle(), title);
+    EXPECT_TRUE(bars().empty());
+    EXPECT_EQ(folder_.listing(), "out.mp4");
+}
+
+TEST_F(MainFrameExport, AVideoOpenedWhileTheNameIsChosenIsNotExported) {
+    openReady("odd_321x181.mp4");
+    addBlur(2);
+    dialogs_.chooseFile(wxString::FromUTF8(folder_.file("out.mp4")));
+    dialogs_.duringFileDialogs([this] {
+        // As by a drop that came just before the dialog.
+        frame_->openVideo(clip("plain.mp4"));
+        EXPECT_TRUE(test::runUntil([this] { return isReady(); }));
+    });
+    command(commands::kExport);
+    waitForTheWorker();
+    EXPECT_EQ(folder_.listing(), "");
+    EXPECT_TRUE(frame_->IsEnabled());
+}
+
+TEST_F(MainFrameExport, NothingIsExportedOrDetectedBeforeTheVideoIsReady) {
+    wxCommandEvent detect(wxEVT_MENU, commands::kBlurHumans);
+    frame_->openVideo(clip("gop_250.mp4"));
+    frame_->exportTo(wxString::FromUTF8(folder_.file("out.mp4")));
+    frame_->OnAI(detect);
+    EXPECT_TRUE(test::runUntil([this] { return isReady(); }));
+    test::runPending();
+    EXPECT_TRUE(frame_->IsEnabled());
+    frame_->openVideo(clip("text.mp4"));
+    frame_->exportTo(wxString::FromUTF8(folder_.file("out.mp4")));
+    frame_->OnAI(detect);
+    EXPECT_TRUE(frame_->IsEnabled());
+    EXPECT_EQ(folder_.listing(), "");
+}
+
+TEST_F(MainFrameExport, AWindowThatHasToCloseLeavesTheWorkerUnharmed) {
+    openReady("gop_250.mp4");
+    const std::string output = folder_.file("out.mp4");
+    frame_->exportTo(wxString::FromUTF8(output));
+    const wxWeakRef<wxWindow> window(frame_);
+    frame_->Close(true);
+    ASSERT_TRUE(test::runUntil([&] { return !window; }));
+    frame_ = new MainFrame("Tarvex Shroud", wxDefaultPosition, wxSize(800, 580));
+    frame_->Show();
+    EXPECT_FALSE(log_.contains("[VideoExportThread] Thread destroyed")) << "it is not waited for";
+    ASSERT_TRUE(test::runUntil([this] { return log_.contains("[VideoExportThread] Thread destroyed"); }));
+    test::runPending();
+    openReady("odd_321x181.mp4");
+    EXPECT_GT(fs::file_size(fs::u8path(output)), 1000u);
+    EXPECT_TRUE(dialogs_.boxes.empty());
+}
+
+TEST_F(MainFrameExport, AWindowMayHaveToCloseWithinAnUpdateOfItsProgress) {
+    openReady("gop_250.mp4");
+    frame_->exportTo(wxString::FromUTF8(folder_.file("out.mp4")));
+    const wxWeakRef<wxWindow> window(frame_);
+    bool askedWithin = false;
+    // The dialog's updates run the event loop, as this call does.
+    frame_->update(1, "updating");
+    frame_->CallAfter([&] {
+        askedWithin = true;
+        window->Close(true);
+    });
+    ASSERT_TRUE(test::runUntil([&] { return !window; }));
+    EXPECT_TRUE(askedWithin);
+    frame_ = new MainFrame("Tarvex Shroud", wxDefaultPosition, wxSize(800, 580));
+    ASSERT_TRUE(test::runUntil([this] { return log_.contains("[VideoExportThread] Thread destroyed"); }));
+}
+
 TEST_F(MainFrameExport, ADetectionWithoutItsLibraryEndsAndGivesTheWindowBack) {
     openReady("odd_321x181.mp4");
     addBlur(2);
@@ -177,4 +260,5 @@ TEST_F(MainFrameExport, ADetectionWithoutItsLibraryEndsAndGivesTheWindowBack) {
     waitForTheWorker();
     EXPECT_TRUE(frame_->IsEnabled());
     EXPECT_TRUE(dialogs_.boxes.empty());
+    EXPECT_THAT(bars(), testing::ElementsAre(testing::StartsWith("Nobody was looked for")));
 }

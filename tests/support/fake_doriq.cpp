@@ -4,15 +4,18 @@
 ///   hit CALL X Y W H PROBABILITY CLASS                 a record reported in detection call CALL (0: in all)
 ///   count NUMBER                                       the count returned, whatever was written
 ///   throw | throw-number                               what every detection does
+///   wait                                               every detection waits for the file NAME.weights.go
 ///   destroy-throw                                      what the destruction does
 ///
 /// Every call is noted in the file NAME.weights.calls.
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "doriq_contract.h"
@@ -28,7 +31,8 @@ struct Hit {
 
 class FakeDetector final : public doriq::ObjectDetector {
 public:
-    explicit FakeDetector(const std::string& weightsPath) : notesPath_(weightsPath + ".calls") {
+    explicit FakeDetector(const std::string& weightsPath)
+        : notesPath_(weightsPath + ".calls"), goPath_(weightsPath + ".go") {
         std::ifstream file(weightsPath);
         for (std::string line; std::getline(file, line);)
             obey(line);
@@ -47,6 +51,8 @@ public:
         text << "detect " << width << "x" << height << " first " << std::hex << pixels[0] << std::dec << " "
              << params->threshold << " " << params->one << " " << params->nmsThreshold;
         note(text.str());
+        while (waiting_ && !std::ifstream(goPath_))
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
         if (throwing_ == "throw")
             throw std::runtime_error("this detector always fails");
         if (throwing_ == "throw-number")
@@ -72,6 +78,8 @@ private:
             building = word;
         else if (word == "throw" || word == "throw-number")
             throwing_ = word;
+        else if (word == "wait")
+            waiting_ = true;
         else if (word == "destroy-throw")
             throwsWhenDestroyed = true;
         else if (int32_t value = 0; word == "count" && words >> value)
@@ -90,6 +98,8 @@ private:
     }
 
     std::string notesPath_;
+    std::string goPath_;
+    bool waiting_ = false;
     std::string throwing_;
     std::optional<int32_t> count_;
     std::vector<Hit> hits_;

@@ -1,0 +1,160 @@
+#include "mainframe_fixture.h"
+
+#include <mutex>
+#include <stdexcept>
+
+#include <gmock/gmock.h>
+#include <wx/weakref.h>
+
+#include "ai_doriq.h"
+#include "commands.h"
+#include "filedroptarget.h"
+#include "support/ai_folder.h"
+#include "videocanvas.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+namespace {
+
+/// A window whose detection library is a fake one that does as it is told (support/fake_doriq.cpp).
+class MainFrameDetection : public test::MainFrameTest {
+protected:
+    ~MainFrameDetection() override {
+        const test::AiFolder empty;
+        ai::init();
+    }
+    void openWith(const std::string& instructions) {
+        ai_.installFake(instructions);
+        ai::init();
+        openReady("odd_321x181.mp4");
+    }
+    void startDetection() {
+        wxCommandEvent none;
+        frame_->OnAI(none);
+    }
+    void detect() {
+        startDetection();
+        ASSERT_TRUE(frame_->refusesVideos());
+        waitForTheEnd();
+    }
+    void waitForTheEnd() {
+        ASSERT_TRUE(test::runUntil([this] { return !frame_->refusesVideos(); }));
+        test::runPending();
+    }
+    /// The pass holds the store from here on, until `goOn`.
+    void waitForTheFirstFrame() {
+        ASSERT_TRUE(test::runUntil([this] { return ai_.fakeCalls().size() > 1; }));
+    }
+    void goOn() const { test::writeFile(ai_.modelDir() + "/model.weights.go", ""); }
+    VideoCanvas2& canvas() const {
+        for (wxWindow* child : frame_->GetChildren())
+            if (auto* found = dynamic_cast<VideoCanvas2*>(child))
+                return *found;
+        throw std::logic_error("the window has no canvas");
+    }
+
+    test::AiFolder ai_;
+};
+
+} // namespace
+
+TEST_F(MainFrameDetection, HidesWhatIsFoundWithoutAWord) {
+    openWith("hit 3 10 20 60 60 0.9 0\n");
+    EXPECT_TRUE(item("AI")->IsEnabled());
+    detect();
+    EXPECT_GT(blurCount(), 0u);
+    EXPECT_THAT(bars(), IsEmpty());
+    EXPECT_TRUE(dialogs_.boxes.empty());
+    EXPECT_TRUE(frame_->IsEnabled());
+}
+
+TEST_F(MainFrameDetection, HalfALibraryLeavesTheCommandDisabled) {
+    for (const char* half : {"fake_doriq_without_builder", "fake_doriq_without_destroyer"}) {
+        ai_.installLibrary(half);
+        ai::init();
+        openReady("odd_321x181.mp4");
+        EXPECT_FALSE(item("AI")->IsEnabled()) << half;
+    }
+}
+
+TEST_F(MainFrameDetection, NothingThatTouchesTheStoreHappensMeanwhile) {
+    openWith("wait\n");
+    const wxString title = frame_->GetTitle();
+    startDetection();
+    EXPECT_FALSE(frame_->IsEnabled()) << "from the first moment";
+    waitForTheFirstFrame();
+    wxArrayString files;
+    files.Add(clip("plain.mp4"));
+    EXPECT_FALSE(FileDropTarget(frame_).OnDropFiles(0, 0, files));
+    frame_->openVideo(clip("plain.mp4"));
+    command(commands::kResetAll);
+    command(commands::kOpen);
+    command(commands::kExport);
+    frame_->exportTo(wxString::FromUTF8(folder_.file("out.mp4")));
+    startDetection();
+    EXPECT_FALSE(frame_->Close());
+    EXPECT_THAT(dialogs_.fileDialogs, IsEmpty());
+    EXPECT_EQ(ai_.fakeCalls().size(), 2u) << "one detector, one frame";
+    goOn();
+    waitForTheEnd();
+    EXPECT_EQ(frame_->GetTitle(), title);
+    EXPECT_EQ(folder_.listing(), "");
+    EXPECT_THAT(bars(), IsEmpty());
+}
+
+TEST_F(MainFrameDetection, TheWindowLivesWhileThePassHoldsTheStore) {
+    openWith("wait\n");
+    startDetection();
+    waitForTheFirstFrame();
+    int paints = 0;
+    const auto count = [&paints](wxPaintEvent& event) {
+        ++paints;
+        event.Skip();
+    };
+    canvas().Bind(wxEVT_PAINT, count);
+    const int width = canvas().GetSize().x;
+    frame_->SetSize(wxSize(640, 480));
+    ASSERT_TRUE(test::runUntil([&] { return canvas().GetSize().x != width && paints > 0; }));
+    frame_->Move(30, 40);
+    for (int round = 0; round < 3; ++round) {
+        const int before = paints;
+        canvas().Refresh();
+        ASSERT_TRUE(test::runUntil([&] { return paints > before; }));
+        wxMouseEvent motion(wxEVT_MOTION);
+        motion.SetPosition(wxPoint(50 + round, 50));
+        motion.SetEventObject(&canvas());
+        canvas().GetEventHandler()->ProcessEvent(motion);
+    }
+    EXPECT_EQ(ai_.fakeCalls().size(), 2u) << "the pass has not moved on";
+    goOn();
+    waitForTheEnd();
+}
+
+TEST_F(MainFrameDetection, AModelThatGivesNoDetectorIsToldAboutThePassThatFoundNothing) {
+    openWith("build-null\n");
+    detect();
+    EXPECT_THAT(bars(), ElementsAre(StartsWith("Nobody was looked for")));
+    openReady("plain.mp4");
+    EXPECT_THAT(bars(), IsEmpty()) << "it was about the video before";
+}
+
+TEST_F(MainFrameDetection, FramesThatFailedAreCounted) {
+    openWith("throw\n");
+    detect();
+    EXPECT_THAT(bars(), ElementsAre(StartsWith("The detection failed on some frames (")));
+}
+
+TEST_F(MainFrameDetection, AWindowThatHasToCloseLeavesThePassUnharmed) {
+    openWith("wait\n");
+    startDetection();
+    waitForTheFirstFrame();
+    const wxWeakRef<wxWindow> window(frame_);
+    frame_->Close(true);
+    ASSERT_TRUE(test::runUntil([&] { return !window; }));
+    frame_ = new MainFrame("Tarvex Shroud", wxDefaultPosition, wxSize(800, 580));
+    goOn();
+    ASSERT_TRUE(test::runUntil([this] { return ai_.fakeCalls().back() == "destroy"; }));
+    const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
+}
