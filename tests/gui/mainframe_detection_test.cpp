@@ -1,5 +1,6 @@
 #include "mainframe_fixture.h"
 
+#include <memory>
 #include <mutex>
 #include <stdexcept>
 
@@ -108,20 +109,20 @@ TEST_F(MainFrameDetection, TheWindowLivesWhileThePassHoldsTheStore) {
     openWith("wait\n");
     startDetection();
     waitForTheFirstFrame();
-    int paints = 0;
-    const auto count = [&paints](wxPaintEvent& event) {
-        ++paints;
+    // Shared with the handler, which lives as long as the canvas.
+    const auto paints = std::make_shared<int>(0);
+    canvas().Bind(wxEVT_PAINT, [paints](wxPaintEvent& event) {
+        ++*paints;
         event.Skip();
-    };
-    canvas().Bind(wxEVT_PAINT, count);
+    });
     const int width = canvas().GetSize().x;
     frame_->SetSize(wxSize(640, 480));
-    ASSERT_TRUE(test::runUntil([&] { return canvas().GetSize().x != width && paints > 0; }));
+    ASSERT_TRUE(test::runUntil([&] { return canvas().GetSize().x != width && *paints > 0; }));
     frame_->Move(30, 40);
     for (int round = 0; round < 3; ++round) {
-        const int before = paints;
+        const int before = *paints;
         canvas().Refresh();
-        ASSERT_TRUE(test::runUntil([&] { return paints > before; }));
+        ASSERT_TRUE(test::runUntil([&] { return *paints > before; }));
         wxMouseEvent motion(wxEVT_MOTION);
         motion.SetPosition(wxPoint(50 + round, 50));
         motion.SetEventObject(&canvas());
