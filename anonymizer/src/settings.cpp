@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <vector>
 
 #include <wx/fileconf.h>
 #include <wx/filename.h>
@@ -30,6 +31,9 @@ bool createFolder(const wxString& folder) {
 }
 
 bool isSafeName(const wxString& name) {
+    // The library takes these for places: here, and above.
+    if (name == "." || name == "..")
+        return false;
     return !name.empty() && std::all_of(name.begin(), name.end(), [](const wxUniChar& character) {
         return character.IsAscii() && (wxIsalnum(character) || wxString("_-.").Contains(character));
     });
@@ -47,20 +51,66 @@ bool isSafeLine(wxString line) {
     return line.Contains("=") && isSafeName(line.BeforeFirst('=').Trim(true));
 }
 
+/// Name of the group that a header line begins, as the library compares names; empty for any other line.
+wxString groupOf(wxString line) {
+    line.Trim(true).Trim(false);
+    return line.StartsWith("[") ? line.Mid(1, line.length() - 2).Lower() : wxString();
+}
+
+/// Safe lines, each group's together: the library raises assertions when a group begins twice.
+class KeptLines {
+public:
+    void add(const wxString& line) {
+        if (const wxString group = groupOf(line); !group.empty()) {
+            current_ = find(group);
+            if (current_ < groups_.size()) {
+                hasRepeatedGroup_ = true;
+                return;
+            }
+            groups_.push_back({group, {}});
+        }
+        groups_[current_].lines += line + "\n";
+    }
+    bool hasRepeatedGroup() const { return hasRepeatedGroup_; }
+    wxString text() const {
+        wxString text;
+        for (const Group& group : groups_)
+            text += group.lines;
+        return text;
+    }
+
+private:
+    struct Group {
+        wxString name;
+        wxString lines;
+    };
+
+    std::size_t find(const wxString& name) const {
+        const auto found = std::find_if(groups_.begin(), groups_.end(),
+                                        [&](const Group& group) { return group.name == name; });
+        return static_cast<std::size_t>(found - groups_.begin());
+    }
+
+    /// The first holds the lines before any header.
+    std::vector<Group> groups_{1};
+    std::size_t current_ = 0;
+    bool hasRepeatedGroup_ = false;
+};
+
 /// The lines of the file worth keeping, when there are others as well; nothing for a file in order.
 std::optional<wxString> salvage(const wxString& path) {
     wxTextFile file;
     if (!wxFileName::FileExists(path) || !file.Open(path, wxConvAuto()))
         return std::nullopt;
-    wxString kept;
+    KeptLines kept;
     bool isDamaged = false;
     for (std::size_t i = 0; i < file.GetLineCount(); ++i) {
         if (isSafeLine(file[i]))
-            kept += file[i] + "\n";
+            kept.add(file[i]);
         else
             isDamaged = true;
     }
-    return isDamaged ? std::optional<wxString>(kept) : std::nullopt;
+    return isDamaged || kept.hasRepeatedGroup() ? std::optional<wxString>(kept.text()) : std::nullopt;
 }
 
 /// The file in memory. Changes are not saved on destruction.

@@ -248,6 +248,19 @@ TEST_F(Settings, DamagedLinesDoNotHideTheOthers) {
     EXPECT_TRUE(log.lines().empty());
 }
 
+TEST_F(Settings, AGroupThatBeginsTwiceIsReadAsOne) {
+    const test::LogCapture log;
+    writeIni("lang=58\n[other]\nfirst=1\n[..]\n[.]\n[third]\n[Other]\nsecond=2\n");
+    EXPECT_EQ(settings::readInt("lang"), 58);
+    EXPECT_EQ(settings::readInt("/other/first"), 1);
+    EXPECT_EQ(settings::readInt("/other/second"), 2);
+    settings::writeInt("preblursec", 3);
+    EXPECT_EQ(settings::readInt("preblursec"), 3);
+    EXPECT_EQ(settings::readInt("lang"), 58);
+    EXPECT_EQ(settings::readInt("/other/second"), 2);
+    EXPECT_TRUE(log.lines().empty());
+}
+
 TEST_F(Settings, CommentsAndForeignKeysAreKept) {
     writeIni("# mine\ncolour=blue\nlang=1\n[other]\nlang=7\n");
     settings::writeInt("lang", 2);
