@@ -32,7 +32,7 @@ public:
     void upload(const void*) override {}
     uint8_t flipped() const override { return 0; }
     Mapping map() override { return {}; }
-    void unmap() override {}
+    bool unmap() override { return true; }
 };
 
 /// Floats before, between and after two samplers: 1 + 2 × 3 + 16 + 4 of them.
