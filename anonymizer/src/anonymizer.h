@@ -1,8 +1,9 @@
 #pragma once
 
 #include <wx/app.h>
+#include <wx/weakref.h>
 
-class MainFrame;
+#include "mainframe.h"
 
 /// The application: brings everything up in order and filters two keys of the numeric keypad.
 class Anonymizer : public wxApp {
@@ -29,6 +30,6 @@ private:
     /// The video named on the command line; empty when there is none.
     wxString videoFromCommandLine();
 
-    /// Destroys itself.
-    MainFrame* frame_ = nullptr;
+    /// Destroys itself; null from then on.
+    wxWeakRef<MainFrame> frame_;
 };
