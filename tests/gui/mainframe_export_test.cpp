@@ -1,6 +1,7 @@
 #include "mainframe_fixture.h"
 
 #include <filesystem>
+#include <mutex>
 
 #include <gmock/gmock.h>
 #include <wx/app.h>
@@ -248,6 +249,23 @@ TEST_F(MainFrameExport, AWindowMayHaveToCloseWithinAnUpdateOfItsProgress) {
     EXPECT_TRUE(askedWithin);
     frame_ = new MainFrame("Tarvex Shroud", wxDefaultPosition, wxSize(800, 580));
     ASSERT_TRUE(test::runUntil([this] { return log_.contains("[VideoExportThread] Thread destroyed"); }));
+}
+
+TEST_F(MainFrameExport, TheThresholdOfTheMenuDecidesWhatIsHidden) {
+    openReady("odd_321x181.mp4");
+    const auto exported = [this](const std::string& name) {
+        exportTo(folder_.file(name));
+        return test::readFile(folder_.file(name));
+    };
+    const std::string clear = exported("clear.mp4");
+    {
+        const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
+        blurtrack::addBlur(2, {10, 10, 200, 100}, 60, blurtrack::kAnonymousBlurId);
+    }
+    command(*commands::thresholdItem(70));
+    EXPECT_TRUE(exported("70.mp4") == clear);
+    command(*commands::thresholdItem(60));
+    EXPECT_FALSE(exported("60.mp4") == clear);
 }
 
 TEST_F(MainFrameExport, ADetectionWithoutItsLibraryEndsAndGivesTheWindowBack) {
