@@ -18,6 +18,7 @@
 #include "preblur.h"
 #include "settings.h"
 #include "video_backend_ffmpeg.h"
+#include "workerend.h"
 
 namespace {
 
@@ -96,6 +97,7 @@ wxThread::ExitCode AiWorker::Entry() {
     if (report_)
         *report_ = {hadDetector, !completed, ai::failedFrames(), ai::complaints()};
     progress_->finish();
+    workerend::begin();
     if (done_)
         guarded(done_);
     return nullptr;

@@ -1,5 +1,7 @@
 #include "anonymizer.h"
 
+#include <chrono>
+
 #include <algorithm>
 #include <exception>
 
@@ -20,6 +22,7 @@
 #include "pxl/log.h"
 #include "settings.h"
 #include "switches.h"
+#include "workerend.h"
 
 namespace {
 
@@ -69,6 +72,12 @@ wxString Anonymizer::videoFromCommandLine() {
     if (parser.Parse(true) != 0 || !parser.Found("video", &path) || !wxFileName::FileExists(path))
         return {};
     return path;
+}
+
+int Anonymizer::OnRun() {
+    const int exitCode = wxApp::OnRun();
+    workerend::wait(std::chrono::seconds(2));
+    return exitCode;
 }
 
 int Anonymizer::FilterEvent(wxEvent& event) {

@@ -12,6 +12,8 @@ public:
 
     /// Always true: whatever is missing, the window opens.
     bool OnInit() override;
+    /// The event loop; then waits for the last steps of workers that have done their part.
+    int OnRun() override;
 
     /// Keypad plus and minus double and halve the divisor of the on-screen mosaic. Every event goes on to
     /// its window: always -1.

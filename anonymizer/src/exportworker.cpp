@@ -17,6 +17,7 @@
 #include "switches.h"
 #include "video_backend_ffmpeg.h"
 #include "video_backend_ffmpeg_encoder.h"
+#include "workerend.h"
 
 namespace {
 
@@ -58,6 +59,7 @@ wxThread::ExitCode ExportWorker::Entry() {
 // Not at the end of Entry: a program that ends as soon as it hears of the completion waits for a thread that
 // has come this far, while it would cut off one that is still in Entry.
 void ExportWorker::OnExit() {
+    workerend::begin();
     if (done_)
         done_(outcome_.result, outcome_.text);
 }

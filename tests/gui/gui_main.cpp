@@ -1,3 +1,4 @@
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 
@@ -10,6 +11,7 @@
 #include "anonymizer.h"
 #include "platform.h"
 #include "support/temp_folder.h"
+#include "workerend.h"
 
 /// The application with its key filter, but the tests instead of the start-up and the event loop.
 class TestApp : public Anonymizer {
@@ -30,7 +32,9 @@ public:
         // A progress dialog made while no loop is active brings one of its own.
         wxGUIEventLoop loop;
         const wxEventLoopActivator active(&loop);
-        return RUN_ALL_TESTS();
+        const int result = RUN_ALL_TESTS();
+        workerend::wait(std::chrono::seconds(10));
+        return result;
     }
 };
 

@@ -1,9 +1,12 @@
+#include <chrono>
 #include <clocale>
 #include <cstdio>
 
 #include <gtest/gtest.h>
 #include <wx/init.h>
 #include <wx/log.h>
+
+#include "workerend.h"
 
 /// Tests of the engine run with the library initialised but without an application object.
 int main(int argc, char** argv) {
@@ -15,5 +18,7 @@ int main(int argc, char** argv) {
         return 1;
     }
     delete wxLog::SetActiveTarget(new wxLogStderr);
-    return RUN_ALL_TESTS();
+    const int result = RUN_ALL_TESTS();
+    workerend::wait(std::chrono::seconds(10));
+    return result;
 }

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <chrono>
+
+/// The last steps of detached workers. A detached thread of the GUI library cleans up behind its object's end
+/// with data that the end of the program destroys, and the library does not wait for that.
+namespace workerend {
+
+/// On a worker's thread, before its completion callback: from now on `wait` waits for this thread.
+void begin();
+
+/// Returns once every thread that called `begin` has unwound its stack, after `limit` at the latest. Does not
+/// wait for workers that are still at work. Main thread, before the program ends.
+void wait(std::chrono::milliseconds limit);
+
+} // namespace workerend
