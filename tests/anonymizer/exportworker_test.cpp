@@ -162,11 +162,19 @@ TEST_F(ExportWorkerTest, HandsTheSourcesShapeToTheEncoder) {
     EXPECT_EQ(seen.colorMatrix, info.colorMatrix);
 }
 
+// With MPEG-4: a second H.264 file of one process may differ from the first one by libx264's own doing,
+// although it is given the very same pictures.
 TEST_F(ExportWorkerTest, FileIsByteForByteThatOfAPlainLoop) {
     const auto info = prepare("bframes.mp4");
     for (int64_t frame = 20; frame <= 90; ++frame)
         addBlur(frame, {static_cast<float>(2 * frame), 60, 90, 70});
-    ASSERT_EQ(run(makeWorker(info)).result, ExportResult::Success);
+    auto* worker = makeWorker(info);
+    worker->encoderFor = [](const video::EncoderSettings& settings) -> std::shared_ptr<Encoder_ffmpeg> {
+        if (settings.codec == video::kCodecH264)
+            return nullptr;
+        return std::make_shared<Encoder_ffmpeg>(settings);
+    };
+    ASSERT_EQ(run(worker).result, ExportResult::Success);
 
     video::EncoderSettings settings;
     settings.width = info.width;
@@ -174,6 +182,7 @@ TEST_F(ExportWorkerTest, FileIsByteForByteThatOfAPlainLoop) {
     settings.fps = info.fps;
     settings.gopSize = info.gopSize;
     settings.path = dir.file("plain.mp4");
+    settings.codec = video::kCodecMpeg4;
     Decoder_ffmpeg decoder;
     ASSERT_TRUE(decoder.open(info.path));
     Encoder_ffmpeg encoder(settings);
