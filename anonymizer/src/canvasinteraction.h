@@ -79,6 +79,10 @@ public:
     CanvasEffects reset();
 
     /// The mouse. `playerPlays`: the player reports that it is playing.
+    ///
+    /// Where the rules leave it open: a release that ends a recording away from every blur hides the brush; a
+    /// press while playing records only if it painted something; a brush whose id the store knows already is
+    /// replaced by a new one when it moves, since an id has one rectangle per frame.
     CanvasEffects figureOutState(const CanvasMouse& event, bool playerPlays);
 
     /// The button has been held for kHoldMilliseconds: the pressed blur is recorded from here on. `videoFps`
