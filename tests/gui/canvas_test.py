@@ -116,6 +116,20 @@ class Canvas(driver.GuiTest):
         app.click(*app.at(250, 60))
         app.wait_log(r"New Blur id:\d+ frame: 1\(156, 0, 164, 164\)")
 
+    def test_closing_while_recording_ends_at_once(self):
+        for _ in range(3):
+            app = self.open("plain.mp4")
+            app.wait_number(1)
+            app.move(*app.at(100, 120))
+            app.wait_log("New Blur Brush")
+            app.press()
+            app.wait_log("Continue blur while playing")
+            app.wait_shot(lambda picture: (app.number(picture) or 0) > 5, "playing on")
+            # The button stays down, so the mouse can't go away first.
+            self.screen.output("wmctrl", "-i", "-c", str(app.main_window()))
+            self.assertEqual(app.process.wait(timeout=driver.LIMIT), 0)
+            app.release()
+
     def test_holding_records_every_frame_and_shows_the_last_one(self):
         app = self.open("plain.mp4")
         app.wait_number(1)
