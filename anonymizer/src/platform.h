@@ -84,4 +84,8 @@ void ignoreWriteSignals();
 /// current OpenGL context. False when it can't; nothing is lost then but smoothness.
 bool setSwapInterval(int interval);
 
+/// Has the window report where the mouse comes to rest, however fast it got there. `nativeWindow` is the GUI
+/// library's handle of a window that is on the screen. Does nothing where that is so anyway, or for nullptr.
+void reportEveryMotion(void* nativeWindow);
+
 } // namespace platform

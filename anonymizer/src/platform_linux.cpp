@@ -193,6 +193,19 @@ bool setSwapInterval(int interval) {
     return false;
 }
 
+void reportEveryMotion(void* nativeWindow) {
+    // The GUI library takes motions as hints: it looks where the pointer is and then asks for further ones. A
+    // motion between the two is never reported, so a pointer that stops right then seems to stand elsewhere.
+    constexpr int hintMask = 1 << 3; // GDK_POINTER_MOTION_HINT_MASK
+    const auto windowOf = loadedFunction<void* (*)(void*)>("gtk_widget_get_window");
+    const auto eventsOf = loadedFunction<int (*)(void*)>("gdk_window_get_events");
+    const auto setEvents = loadedFunction<void (*)(void*, int)>("gdk_window_set_events");
+    if (!nativeWindow || !windowOf || !eventsOf || !setEvents)
+        return;
+    if (void* const window = windowOf(nativeWindow))
+        setEvents(window, eventsOf(window) & ~hintMask);
+}
+
 void catchStopSignals(void (*handler)(int)) {
     for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction action = {};

@@ -160,6 +160,8 @@ bool isTerminal(std::FILE* stream) {
     return _isatty(_fileno(stream)) != 0;
 }
 
+void reportEveryMotion(void*) {}
+
 bool setSwapInterval(int interval) {
     // Asked of the library that the canvas has loaded; this half of the program links no OpenGL.
     const HMODULE library = GetModuleHandleW(L"opengl32.dll");

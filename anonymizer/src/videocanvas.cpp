@@ -325,6 +325,7 @@ bool VideoCanvas2::Impl::startDrawing() {
     if (painter_ || drawingFailed_)
         return painter_ != nullptr;
     drawingFailed_ = true;
+    platform::reportEveryMotion(window_.GetHandle());
     graphicsStarted_ =
         context_->IsOK() && window_.SetCurrent(*context_) && pxl::startGraphics(platform::setSwapInterval);
     if (graphicsStarted_) {

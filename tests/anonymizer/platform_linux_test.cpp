@@ -17,7 +17,8 @@
 
 #include "support/temp_folder.h"
 
-/// A GLX of its own, exported by this program, since an off-screen server offers no swap control.
+/// A GLX of its own, exported by this program, since an off-screen server offers no swap control, and a piece
+/// of the window system's library.
 namespace {
 
 struct FakeGlx {
@@ -48,6 +49,12 @@ int setSgi(int interval) {
     return 0;
 }
 
+struct FakeWindow {
+    bool onScreen = true;
+    int events = 0;
+};
+FakeWindow window;
+
 class SwapInterval : public testing::Test {
 protected:
     void SetUp() override {
@@ -66,7 +73,20 @@ unsigned long glXGetCurrentDrawable();
 int glXQueryContext(void* display, void* context, int attribute, int* value);
 const char* glXQueryExtensionsString(void* display, int screen);
 void (*glXGetProcAddressARB(const char* name))();
+void* gtk_widget_get_window(void* widget);
+int gdk_window_get_events(void* of);
+void gdk_window_set_events(void* of, int events);
 
+void* gtk_widget_get_window(void* widget) {
+    EXPECT_EQ(widget, &window);
+    return window.onScreen ? &window.events : nullptr;
+}
+int gdk_window_get_events(void* of) {
+    return *static_cast<int*>(of);
+}
+void gdk_window_set_events(void* of, int events) {
+    *static_cast<int*>(of) = events;
+}
 void* glXGetCurrentDisplay() {
     return glx.current ? &display : nullptr;
 }
@@ -94,6 +114,24 @@ void (*glXGetProcAddressARB(const char* name))() {
     return reinterpret_cast<Procedure>(setSgi);
 }
 #pragma GCC visibility pop
+}
+
+TEST(PlatformMotion, IsReportedAsItIsAndNotAsAHint) {
+    window = {};
+    window.events = 0x0f;
+    platform::reportEveryMotion(&window);
+    EXPECT_EQ(window.events, 0x07);
+    platform::reportEveryMotion(&window);
+    EXPECT_EQ(window.events, 0x07);
+}
+
+TEST(PlatformMotion, IsLeftAloneForAWindowThatIsNotOnTheScreen) {
+    window = {};
+    window.onScreen = false;
+    window.events = 0x0f;
+    platform::reportEveryMotion(&window);
+    platform::reportEveryMotion(nullptr);
+    EXPECT_EQ(window.events, 0x0f);
 }
 
 TEST_F(SwapInterval, IsRefusedWithoutACurrentContext) {

@@ -6,6 +6,7 @@ reason. Nothing waits for a fixed time: every wait names an event, polls for it 
 """
 
 import argparse
+import ctypes
 import glob
 import os
 import re
@@ -29,7 +30,7 @@ class Timeout(AssertionError):
     pass
 
 
-def wait_until(condition, what, limit=LIMIT):
+def wait_until(condition, what, limit=LIMIT, pause=0.03):
     """The first true result of condition(); fails after `limit` seconds."""
     end = time.monotonic() + limit
     while True:
@@ -38,7 +39,7 @@ def wait_until(condition, what, limit=LIMIT):
             return result
         if time.monotonic() > end:
             raise Timeout("waited %g s for %s" % (limit, what))
-        time.sleep(0.03)
+        time.sleep(pause)
 
 
 class Image:
@@ -115,6 +116,28 @@ class Screen:
     def shot(self):
         data = self.output("import", "-silent", "-window", "root", "-depth", "8", "rgb:-")
         return Image(self.size[0], self.size[1], data)
+
+
+class Pixels:
+    """Single pixels of the screen, in less than a millisecond each."""
+
+    def __init__(self, screen):
+        self.x11 = ctypes.CDLL("libX11.so.6")
+        for name in ("XOpenDisplay", "XGetImage"):
+            getattr(self.x11, name).restype = ctypes.c_void_p
+        self.x11.XDefaultRootWindow.restype = self.x11.XGetPixel.restype = ctypes.c_ulong
+        self.display = ctypes.c_void_p(self.x11.XOpenDisplay(screen.env["DISPLAY"].encode()))
+        self.root = ctypes.c_ulong(self.x11.XDefaultRootWindow(self.display))
+
+    def at(self, x, y):
+        all_planes, z_pixmap = ctypes.c_ulong(0xffffffff), 2
+        image = ctypes.c_void_p(self.x11.XGetImage(self.display, self.root, x, y, 1, 1, all_planes, z_pixmap))
+        value = self.x11.XGetPixel(image, 0, 0)
+        self.x11.XDestroyImage(image)
+        return value >> 16 & 255, value >> 8 & 255, value & 255
+
+    def close(self):
+        self.x11.XCloseDisplay(self.display)
 
 
 class App:
@@ -261,9 +284,22 @@ class App:
 
     # --- mouse and keys; points are window pixels of the canvas
 
-    def move(self, x, y):
+    def on_screen(self, x, y):
         left, top, _, _ = self.canvas()
-        self.screen.xdotool("mousemove", left + round(x * self.scale), top + round(y * self.scale))
+        return left + round(x * self.scale), top + round(y * self.scale)
+
+    def move(self, x, y):
+        self.screen.xdotool("mousemove", *self.on_screen(x, y))
+
+    def glide(self, points, pauses=None, press=False, release=False):
+        """Goes through the points at once, with a pause of so many seconds before each but the first."""
+        command = ["mousedown", 1] if press else []
+        left, top, _, _ = self.canvas()
+        for i, (x, y) in enumerate(points):
+            if i and pauses and pauses[i]:
+                command += ["sleep", pauses[i]]
+            command += ["mousemove", left + round(x * self.scale), top + round(y * self.scale)]
+        self.screen.xdotool(*command, *(["mouseup", 1] if release else []))
 
     def press(self):
         self.screen.xdotool("mousedown", 1)
@@ -316,6 +352,11 @@ class App:
         left = BAR_HEIGHT + 12
         right = self.size()[0] - 2 * BAR_HEIGHT - 12
         return left + (right - left) * fraction, self.bar_y()
+
+    def timeline_frame(self, x, frame_count):
+        """The frame that the timeline says with its knob at that place."""
+        left, right = self.timeline(0)[0], self.timeline(1)[0]
+        return (round(x) - left) * (frame_count - 1) // (right - left) + 1
 
     # --- the video in the canvas
 

@@ -48,6 +48,8 @@ make_structures() {
   encode 25 250 plain.mp4 "${plain[@]}" -g 50
   encode 25 150 open_gop.mp4 "${x264[@]}" -x264-params keyint=25:open-gop=1:bframes=3
   encode 25 300 gop_250.mp4 "${x264[@]}" -x264-params keyint=250:min-keyint=250:scenecut=0
+  sized 1920 1080 300 gop_250_1080p.mp4 -c:v libx264 -preset ultrafast -pix_fmt yuv420p -threads 1 \
+    -x264-params keyint=250:min-keyint=250:scenecut=0
   encode 25 100 interlaced.mp4 "${x264[@]}" -g 25 -flags +ilme+ildct -x264-params tff=1
   ff -ss 3.3 -i "$out/bframes.mp4" -c copy "$out/edit_list.mp4"
   ff -i "$out/bframes.mp4" -c copy -movflags frag_keyframe+empty_moov+default_base_moof "$out/fragmented.mp4"
@@ -84,6 +86,9 @@ make_codecs() {
   ff -f lavfi -i smptehdbars=size=320x180:rate=25 -frames:v 20 "${plain[@]}" -crf 10 "$out/bars.mp4"
   sized 321 181 60 odd_321x181.mp4 -c:v mpeg4 -q:v 3 -g 12
   sized 321 181 40 odd_321x181.mov "${x264[@]}" -pix_fmt yuv444p
+  sized 1 1 30 one_pixel.mp4 -c:v mpeg4 -q:v 3 -g 12
+  sized 16400 16 4 wide_16400x16.mov -c:v png
+  sized 8192 16 30 wide_8192x16.mp4 "${plain[@]}"
   sized 854 480 20 width_854.mp4 "${plain[@]}"
   sized 1080 608 20 width_1080.mp4 "${plain[@]}"
   sized 1366 768 12 width_1366.mp4 "${plain[@]}"
@@ -96,6 +101,7 @@ make_rates() {
     encode "$rate" 120 "fps_${name%%:*}.mp4" "${x264[@]}" -g 30
   done
   encode 90000 30 fps_90000.mp4 "${plain[@]}" -video_track_timescale 90000
+  encode 5 300 fps_5.mp4 "${plain[@]}"
   encode 1/20 6 slow_one_per_20s.mp4 "${plain[@]}"
 }
 

@@ -1,8 +1,8 @@
 /// Draws the pictures of the synthesised clips and writes them to standard output as packed RGB, 3 bytes per
 /// pixel, for the ffmpeg program to encode.
 ///
-///   media_generator counter WIDTH HEIGHT FIRST COUNT        numbers FIRST … FIRST + COUNT - 1
-///   media_generator scene WIDTH HEIGHT COUNT [REGIONS.csv]  a street with a walker and a car
+///   media_generator counter WIDTH HEIGHT FIRST COUNT        numbers FIRST … FIRST + COUNT - 1, where there
+///   is room media_generator scene WIDTH HEIGHT COUNT [REGIONS.csv]  a street with a walker and a car
 
 #include <cmath>
 #include <cstdio>
@@ -35,6 +35,8 @@ void drawTexture(Picture& picture, int number) {
 
 void drawNumber(Picture& picture, int number) {
     const int side = counter_clip::blockSide(picture.width, picture.height);
+    if (counter_clip::kBits * side > picture.width || 2 * side > picture.height)
+        return;
     for (int bit = 0; bit < counter_clip::kBits; ++bit) {
         const bool set = (number >> (counter_clip::kBits - 1 - bit)) & 1;
         for (int y = 0; y < 2 * side; ++y)
