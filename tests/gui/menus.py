@@ -1,0 +1,122 @@
+"""The menu bar and the dialogs of the program, used by mouse and by key."""
+
+import os
+
+import driver
+
+MENU_LEFT = {"File": 19, "Tools": 63, "Help": 111}
+MENU_MIDDLE = 13
+
+# Rows of each menu, separators left out.
+FILE = ["Open", "Export", "Exit"]
+TOOLS = ["Mode", "Playback speed", "AI", "Reset all"]
+MODE = ["Blur mode", "Unblur mode"]
+SPEED = ["1x", "4x"]
+AI = ["Blur humans", "Settings"]
+SETTINGS = ["Pre-blur", "Confidence threshold", "Use GPU"]
+PREBLUR = ["1", "2", "3", "4", "5"]
+THRESHOLD = ["10", "20", "30", "40", "50", "60", "70", "80", "90"]
+HELP = ["Language", "About"]
+
+
+class MenuTest(driver.GuiTest):
+    # --- windows and menus
+
+    def place(self, window):
+        """x, y, width, height on the screen."""
+        text = self.screen.output("xwininfo", "-id", str(window)).decode(errors="replace")
+        fields = dict(line.strip().split(":", 1) for line in text.splitlines() if ":" in line)
+        return tuple(int(fields[name]) for name in ("Absolute upper-left X", "Absolute upper-left Y", "Width",
+                                                    "Height"))
+
+    def popups(self):
+        return set(self.screen.windows())
+
+    def click_at(self, x, y):
+        self.screen.xdotool("mousemove", x, y)
+        self.screen.xdotool("click", 1)
+
+    def new_popup(self, before):
+        def find():
+            for window in self.popups() - before:
+                place = self.place(window)
+                if place[2] > 20 and place[3] > 20:
+                    return window, place
+            return None
+        return driver.wait_until(find, "a menu")
+
+    def row_point(self, place, rows, label):
+        x, y, width, height = place
+        return x + width // 3, y + height * (2 * rows.index(label) + 1) // (2 * len(rows))
+
+    def open_menu(self, app, menu, *path):
+        """Opens a menu by mouse, goes down `path` of (rows, label) and returns the place of the last menu."""
+        app.main_window()
+        self.screen.xdotool("windowfocus", "--sync", app.main_window())
+        x, y, _, _ = self.place(app.main_window())
+        before = self.popups()
+        self.click_at(x + MENU_LEFT[menu], y + MENU_MIDDLE)
+        _, place = self.new_popup(before)
+        for rows, label in path:
+            before = self.popups()
+            # A sub-menu opens under the pointer; a click would close it again.
+            self.screen.xdotool("mousemove", *self.row_point(place, rows, label))
+            _, place = self.new_popup(before)
+        return place
+
+    def choose(self, app, menu, *path):
+        """Clicks through a menu; the last of `path` is the command."""
+        before = self.popups()
+        place = self.open_menu(app, menu, *path[:-1])
+        self.click_at(*self.row_point(place, *path[-1]))
+        driver.wait_until(lambda: not [window for window in self.popups() - before if self.is_menu(window)],
+                          "the menu to close")
+
+    def is_menu(self, window):
+        text = self.screen.output("xwininfo", "-id", str(window), "-wm", "-all").decode(errors="replace")
+        return "Override Redirect State: yes" in text and "Menu" in text
+
+    def close_menus(self, app):
+        for _ in range(4):
+            self.screen.xdotool("key", "Escape")
+        app.check_running()
+
+    def wait_title(self, app, title):
+        driver.wait_until(lambda: title in app.titles(), "the window %r among %r" % (title, app.titles()))
+
+    def wait_no_title(self, app, title):
+        driver.wait_until(lambda: title not in app.titles(), "the window %r to close" % title)
+
+    def dialog(self, app, title):
+        def find():
+            for line in self.screen.output("wmctrl", "-l", "-p").decode(errors="replace").splitlines():
+                parts = line.split(None, 4)
+                if int(parts[2]) == app.process.pid and len(parts) == 5 and parts[4] == title:
+                    return int(parts[0], 16)
+            return None
+        return driver.wait_until(find, "the window %r" % title)
+
+    def key_in(self, app, title, *keys):
+        self.screen.xdotool("windowfocus", "--sync", self.dialog(app, title))
+        self.screen.xdotool("key", *keys)
+
+    def type_file(self, app, title, path):
+        """Types a path into a file dialog and accepts it."""
+        self.screen.xdotool("windowfocus", "--sync", self.dialog(app, title))
+        self.screen.xdotool("type", path)
+
+        def accepted():
+            # The dialog swallows the key while it looks the typed name up.
+            if title in app.titles():
+                self.screen.output("xdotool", "search", "--name", "^%s$" % title, "windowfocus", "key", "Return")
+            try:
+                driver.wait_until(lambda: title not in app.titles(), "the file dialog to close", 2)
+                return True
+            except driver.Timeout:
+                return False
+        driver.wait_until(accepted, "the file dialog to take %s" % path)
+
+    def config(self, app):
+        path = os.path.join(app.env["XDG_CONFIG_HOME"], "Tarvex Shroud", "config.ini")
+        with open(path, encoding="utf-8") as text:
+            return dict(line.strip().split("=", 1) for line in text if "=" in line)
