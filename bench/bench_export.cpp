@@ -1,5 +1,6 @@
 /// Measures an export against the ffmpeg program doing the same work, and shows where the time goes.
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -22,6 +23,7 @@ extern "C" {
 #include "report.h"
 #include "switches.h"
 #include "video_backend_ffmpeg.h"
+#include "workerend.h"
 
 namespace {
 
@@ -216,8 +218,11 @@ int main(int argc, char** argv) {
     wxInitializer initializer;
     const wxLogNull quiet;
     const bench::Options options = bench::parseOptions(argc, argv);
-    if (options.rest.size() == 3 && options.rest[0] == "--export-only")
-        return exportFile(options.rest[1], options.rest[2]) ? 0 : 1;
+    if (options.rest.size() == 3 && options.rest[0] == "--export-only") {
+        const bool exported = exportFile(options.rest[1], options.rest[2]);
+        workerend::wait(std::chrono::seconds(10));
+        return exported ? 0 : 1;
+    }
     if (measure(options, argv[0]))
         return 0;
     std::fputs("the export can't be measured\n", stderr);

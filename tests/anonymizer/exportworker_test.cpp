@@ -503,7 +503,8 @@ TEST_F(ExportWorkerTest, StopRequestReachesAStalledRead) {
         stalled.get_future().wait();
         worker->Delete();
         EXPECT_EQ(outcome->get_future().get(), ExportResult::Cancelled);
-        EXPECT_EQ(test::probe(output).packets.size(), static_cast<std::size_t>(stalledFrame - 1));
+        // The decoder is ahead of the encoder: the stop may come before all of its pictures are written.
+        EXPECT_LE(test::probe(output).packets.size(), static_cast<std::size_t>(stalledFrame - 1));
     }
 }
 
