@@ -1,10 +1,11 @@
 #include "detection.h"
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <mutex>
 
-#include <wx/ffile.h>
+#include <wx/file.h>
 #include <wx/filename.h>
 
 #include "ai_doriq.h"
@@ -93,9 +94,10 @@ bool writeDetections(const wxString& path, wxString& error) {
                         {frame, frame, entry.x, entry.y, entry.w, entry.h, std::clamp(entry.score, 0, 100)});
     }
     const std::string text = regions_csv::write(regions);
-    wxFFile file(path, "wb");
+    // Not by a stream of the C library: the GUI library closes one that failed to close a second time.
+    wxFile file(path, wxFile::write);
     if (file.IsOpened() && file.Write(text.data(), text.size()) == text.size() && file.Close())
         return true;
-    error = "can't be written";
+    error = wxString::FromUTF8(std::strerror(file.GetLastError()));
     return false;
 }

@@ -79,6 +79,8 @@ void warn(const Options& options, const SourceVideo& source) {
 struct Outcome {
     ExportResult result = ExportResult::Failed;
     wxString text;
+    /// It failed because of the output file.
+    bool outputFailed = false;
 };
 
 /// Runs the worker to its end. Waits for it after a stop request too.
@@ -87,8 +89,9 @@ Outcome exportTo(const wxString& path, const Options& options, const video::Vide
     Completion completion;
     Outcome outcome;
     ExportWorker* worker = createExportWorker(options.mode, path, info, &progress);
-    worker->setDone([&](ExportResult result, const wxString& text) {
-        outcome = {result, text};
+    worker->setInPlace();
+    worker->setDone([&, worker](ExportResult result, const wxString& text) {
+        outcome = {result, text, worker->outputFailed()};
         completion.signal();
     });
     if (worker->Run() != wxTHREAD_NO_ERROR) {
@@ -147,7 +150,7 @@ int runExport(const Options& options) {
     if (stop_request::flag() || outcome.result == ExportResult::Cancelled)
         return fail(options.inputPath, "stopped");
     if (outcome.result == ExportResult::Failed)
-        return fail(options.inputPath, outcome.text);
+        return fail(outcome.outputFailed ? options.outputPath : options.inputPath, outcome.text);
     if (!output.commit(error))
         return fail(options.outputPath, error);
     if (keepsDetections && !detections.commit(error))

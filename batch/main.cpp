@@ -1,4 +1,7 @@
+#include <cerrno>
+#include <cstring>
 #include <exception>
+#include <new>
 
 #include <wx/init.h>
 #include <wx/log.h>
@@ -47,6 +50,9 @@ int main(int argc, char** argv) {
     stop_request::listen();
     try {
         return run(argc, argv);
+    } catch (const std::bad_alloc&) {
+        console::error(wxString::FromUTF8(std::strerror(ENOMEM)));
+        return kFailed;
     } catch (const std::exception& error) {
         console::error(wxString::FromUTF8(error.what()));
         return kFailed;

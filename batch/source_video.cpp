@@ -59,6 +59,11 @@ bool readSource(const wxString& path, ISafeProgress& progress, SourceVideo& sour
         error = "stopped";
         return false;
     }
+    // The copy would end where the disk does, and nobody would know.
+    if (!decoder.readError().empty()) {
+        error = decoder.readError();
+        return false;
+    }
     decoder.info(source.info);
     source.codec = decoder.traits().codec;
     source.variableRate = decoder.traits().variableRate;

@@ -89,12 +89,21 @@ Function symbol(const char* name) {
     return reinterpret_cast<Function>(detectorLibrary.GetSymbol(name));
 }
 
+/// False for a name made of bytes that the library takes for characters which don't exist: it has no path.
+bool isNameable(const wxString& name) {
+    return std::all_of(name.begin(), name.end(),
+                       [](const wxUniChar& character) { return character.GetValue() <= 0x10FFFF; });
+}
+
 /// First file of the folder that fits the pattern, in directory order; logs when there is none.
 wxString firstFile(const wxDir& folder, const wxString& suffix) {
     wxString name;
-    if (!folder.GetFirst(&name, "*" + suffix, wxDIR_DEFAULT))
-        wxLogMessage("[AI] Could not find %s", suffix);
-    return name;
+    for (bool found = folder.GetFirst(&name, "*" + suffix, wxDIR_DEFAULT); found;
+         found = folder.GetNext(&name))
+        if (isNameable(name))
+            return name;
+    wxLogMessage("[AI] Could not find %s", suffix);
+    return {};
 }
 
 void readClassNames(const wxString& path) {

@@ -22,8 +22,6 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr int64_t kFramesPerReport = 100;
 
 int32_t progressValue(int64_t frames) {
@@ -111,9 +109,10 @@ bool AiWorker::fillStore(const std::shared_ptr<video::Decoder>& decoder, std::at
     ai::buildDetectors(gpu);
     progress_->update(0, _("Detecting"));
 
+    const auto start = Clock::now();
     const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
     // What was found before an exception is extended like everything else.
-    const bool completed = decoder && guarded([&] { detectFrames(decoder, interrupt, counter); });
+    const bool completed = decoder && guarded([&] { detectFrames(decoder, start, interrupt, counter); });
     if (preblurSeconds >= 1) {
         progress_->update(progressValue(counter), _("Post-processing"));
         preblur::extendBackward(counter, preblur::lifeInFrames(preblurSeconds, source_.fps));
@@ -121,9 +120,8 @@ bool AiWorker::fillStore(const std::shared_ptr<video::Decoder>& decoder, std::at
     return completed;
 }
 
-void AiWorker::detectFrames(const std::shared_ptr<video::Decoder>& decoder, std::atomic<bool>& interrupt,
-                            int64_t& counter) {
-    auto lastReport = Clock::now();
+void AiWorker::detectFrames(const std::shared_ptr<video::Decoder>& decoder, Clock::time_point lastReport,
+                            std::atomic<bool>& interrupt, int64_t& counter) {
     // Decoding goes on while the detector works.
     DecodeAhead source(decoder, source_.width, source_.height, interrupt);
     while (const DecodeAhead::Picture* picture = source.next()) {

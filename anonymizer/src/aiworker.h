@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -54,14 +55,16 @@ protected:
     ExitCode Entry() override;
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     /// Detection and extension, with the store's mutex held. False when an exception ended the detection;
     /// what was found is extended all the same. `counter` is the number of frames looked at, right also when
     /// this throws.
     bool fillStore(const std::shared_ptr<video::Decoder>& decoder, std::atomic<bool>& interrupt,
                    int64_t& counter);
     /// Expects the caller to hold the store's mutex.
-    void detectFrames(const std::shared_ptr<video::Decoder>& decoder, std::atomic<bool>& interrupt,
-                      int64_t& counter);
+    void detectFrames(const std::shared_ptr<video::Decoder>& decoder, Clock::time_point lastReport,
+                      std::atomic<bool>& interrupt, int64_t& counter);
 
     std::function<void()> done_;
     video::VideoInfo source_;

@@ -87,7 +87,14 @@ bool syncToDisk(const wxString& path) {
 
 bool createFile(const wxString& path) {
     const int file = open(bytes(path).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    return file >= 0 && close(file) == 0;
+    if (file < 0)
+        return false;
+    if (close(file) == 0)
+        return true;
+    const int code = errno;
+    unlink(bytes(path).c_str());
+    errno = code;
+    return false;
 }
 
 bool removeFile(const wxString& path) {

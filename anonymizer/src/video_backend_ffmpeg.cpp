@@ -69,6 +69,7 @@ bool Decoder_ffmpeg::open(const wxString& path) {
     close();
     path_ = path;
     error_.clear();
+    readError_.clear();
     frame_.reset(av_frame_alloc());
     packet_.reset(av_packet_alloc());
     if (frame_ && packet_ && openFile(path) && openCodec())
@@ -160,9 +161,19 @@ bool Decoder_ffmpeg::decodeNext(FrameDetails* details) {
         if (delivered)
             return true;
     }
+    noteReadError();
     // Otherwise a target that never came up would swallow whatever is played next.
     seekPending_ = false;
     return false;
+}
+
+/// Reading ends alike with the file and with an error of the disk; only what lies below knows which it was.
+void Decoder_ffmpeg::noteReadError() {
+    const int code = format_->pb ? format_->pb->error : 0;
+    if (code >= 0 || code == AVERROR_EOF || code == AVERROR_EXIT || !readError_.empty())
+        return;
+    readError_ = ffmpeg::errorText(code);
+    wxLogError("[DecoderFFMPEG] %s", readError_);
 }
 
 /// True when the packet gave a frame to deliver.

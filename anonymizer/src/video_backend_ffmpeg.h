@@ -72,6 +72,10 @@ public:
 
     StreamTraits traits() const;
 
+    /// Why the file could not be read on, when that has happened since `open`; empty when it could. The frames
+    /// end there as at the end of the file. Logged like a failed opening.
+    wxString readError() const { return readError_; }
+
     /// While `*flag` is true a running `open` or `scan` ends at the next read, and `next` returns false. May
     /// be set by any thread. Not owned; stays valid until the decoder is gone or another flag, or null, is
     /// given.
@@ -95,6 +99,7 @@ private:
     bool openFile(const wxString& path);
     bool openCodec();
     bool fail(int code);
+    void noteReadError();
     bool decodeNext(FrameDetails* details);
     bool decodePacket(FrameDetails* details);
     bool isWanted(const AVFrame& frame);
@@ -127,4 +132,5 @@ private:
     const std::atomic<bool>* abandonSeek_ = nullptr;
     wxString path_;
     wxString error_;
+    wxString readError_;
 };

@@ -151,7 +151,8 @@ bool Encoder_ffmpeg::construct() {
 
     if (!(format->oformat->flags & AVFMT_NOFILE)) {
         code = avio_open(&format->pb, path.c_str(), AVIO_FLAG_WRITE);
-        if (code < 0)
+        fileFailed_ = code < 0;
+        if (fileFailed_)
             return stop("[video encoder] Could not open output context", code);
         touchedFile_ = true;
     }
@@ -163,6 +164,7 @@ bool Encoder_ffmpeg::construct() {
         av_opt_set_int(format->priv_data, "video_track_timescale", timeBase_.den, 0);
     code = avformat_write_header(format, nullptr);
     if (code < 0) {
+        fileFailed_ = true;
         if (!(format->oformat->flags & AVFMT_NOFILE))
             avio_closep(&format->pb);
         return stop("[video encoder] Could not write header", code);
@@ -319,8 +321,7 @@ void Encoder_ffmpeg::write() {
     av_packet_rescale_ts(&packet, codecContext_->time_base, stream_->time_base);
     const int code = av_interleaved_write_frame(format_.get(), &packet);
     av_packet_unref(&packet);
-    if (code < 0)
-        note(code);
+    noteOfFile(code);
 }
 
 void Encoder_ffmpeg::finish() {
@@ -333,15 +334,19 @@ void Encoder_ffmpeg::finish() {
     if (sent < 0)
         note(sent);
     drain();
-    if (const int code = av_write_trailer(format_.get()); code < 0)
-        note(code);
+    noteOfFile(av_write_trailer(format_.get()));
     if (format_->oformat->flags & AVFMT_NOFILE)
         return;
     avio_flush(format_->pb);
-    if (format_->pb->error < 0)
-        note(format_->pb->error);
-    if (const int code = avio_closep(&format_->pb); code < 0)
-        note(code);
+    noteOfFile(format_->pb->error);
+    noteOfFile(avio_closep(&format_->pb));
+}
+
+void Encoder_ffmpeg::noteOfFile(int code) {
+    if (code >= 0)
+        return;
+    fileFailed_ = fileFailed_ || !failed();
+    note(code);
 }
 
 void Encoder_ffmpeg::note(int code) {

@@ -73,6 +73,8 @@ public:
     bool failed() const { return !failureText_.empty(); }
     /// The library's words for the first failure, or for the failed construction; empty when all went well.
     wxString failureText() const { return failureText_; }
+    /// True when that failure came from opening or writing the file.
+    bool fileFailed() const { return fileFailed_; }
     /// Pictures that have been handed to the codec.
     int64_t encodedFrames() const { return encodedFrames_; }
 
@@ -86,10 +88,12 @@ private:
     void drain();
     void write();
     void note(int code);
+    void noteOfFile(int code);
 
     bool open_ = false;
     bool finished_ = false;
     bool touchedFile_ = false;
+    bool fileFailed_ = false;
     video::EncoderSettings settings_;
     ffmpeg::TimeBase timeBase_;
     ffmpeg::CodecContext codecContext_;

@@ -274,6 +274,17 @@ TEST_F(AiDoriq, ClassNamesAreReadAnewForEveryDetector) {
     EXPECT_THAT(ai::detectFrame(pxl::Image(640, 360)), IsEmpty());
 }
 
+TEST_F(AiDoriq, AModelWhoseNameIsNoTextIsPassedOver) {
+    folder.installFake("hit 0 10 20 30 40 0.5 0\n");
+    std::filesystem::remove(folder.modelDir() + "/model.weights");
+    // Five bytes that once stood for a character beyond the last one there is.
+    test::writeFile(folder.modelDir() + "/\xF9\x93\x90\x9B\x9A.weights", "");
+    ai::init();
+    ai::buildDetectors(false);
+    EXPECT_FALSE(ai::ready());
+    EXPECT_THAT(log.lines(), testing::Contains(HasSubstr("[AI] Could not find .weights")));
+}
+
 TEST_F(AiDoriq, ClassNamesMayHaveWindowsLineEnds) {
     folder.installFake("hit 0 10 20 30 40 0.5 0\n");
     test::writeFile(folder.modelDir() + "/model.names", "person\r\nface\r\n");

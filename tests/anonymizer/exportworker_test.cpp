@@ -470,6 +470,31 @@ TEST_F(ExportWorkerTest, SourceThatHasShrunkFails) {
     EXPECT_FALSE(exists(output));
 }
 
+TEST_F(ExportWorkerTest, SourceThatIsCutWhileItIsReadFails) {
+    auto info = prepare("sample.mp4");
+    dir.write("shrinking.mp4", bytesOf(test::clipPath("sample.mp4")));
+    info.path = dir.file("shrinking.mp4");
+    progress.onUpdate = [&](int32_t) {
+        std::filesystem::resize_file(std::filesystem::u8path(info.path.utf8_string()), 200000);
+    };
+    const auto ended = run(makeWorker(info));
+    EXPECT_EQ(ended.result, ExportResult::Failed);
+    EXPECT_EQ(ended.text, "The video has changed since it was opened.");
+    EXPECT_EQ(dir.listing(), "shrinking.mp4");
+}
+
+TEST_F(ExportWorkerTest, SourceThatIsDeletedWhileItIsReadIsReadToItsEnd) {
+    auto info = prepare("plain.mp4");
+    dir.write("vanishing.mp4", bytesOf(test::clipPath("plain.mp4")));
+    info.path = dir.file("vanishing.mp4");
+    progress.onUpdate = [&](int32_t value) {
+        if (value == 0)
+            wxRemoveFile(info.path);
+    };
+    EXPECT_EQ(run(makeWorker(info)).result, ExportResult::Success);
+    EXPECT_EQ(test::probe(output).packets.size(), 250u);
+}
+
 TEST_F(ExportWorkerTest, UnknownFrameCountTakesTheFramesThatThereAre) {
     auto info = prepare("plain.mp4");
     info.frameCount = 0;
@@ -620,4 +645,36 @@ TEST_F(ExportWorkerTest, ThrowingProcessorFailsButEndsInOrder) {
     EXPECT_EQ(progress.calls(),
               (Lines{"start Export|Exporting video " + output.utf8_string() + "|250", "finish"}));
     EXPECT_FALSE(exists(output));
+}
+
+TEST_F(ExportWorkerTest, AFileThatWasThereIsReplacedAtTheEndOnly) {
+    const auto info = prepare("plain.mp4");
+    dir.write("out.mp4", "precious");
+    std::string early;
+    progress.onUpdate = [&](int32_t) { early = bytesOf(output); };
+    EXPECT_EQ(run(makeWorker(info)).result, ExportResult::Success);
+    EXPECT_EQ(early, "precious");
+    EXPECT_EQ(test::probe(output).packets.size(), 250u);
+    EXPECT_EQ(dir.listing(), "out.mp4");
+}
+
+TEST_F(ExportWorkerTest, AFailureLeavesTheFileThatWasThere) {
+    const auto info = prepare("plain.mp4");
+    dir.write("out.mp4", "precious");
+    {
+        const test::FileSizeLimit limit(30000);
+        EXPECT_EQ(run(makeWorker(info)).result, ExportResult::Failed);
+    }
+    EXPECT_EQ(bytesOf(output), "precious");
+    EXPECT_EQ(dir.listing(), "out.mp4");
+}
+
+TEST_F(ExportWorkerTest, ALinkStaysALinkToTheNewFile) {
+    const auto info = prepare("two_frames.mp4");
+    dir.write("behind", "old");
+    std::filesystem::create_symlink("behind", output.utf8_string());
+    EXPECT_EQ(run(makeWorker(info)).result, ExportResult::Success);
+    EXPECT_TRUE(std::filesystem::is_symlink(output.utf8_string()));
+    EXPECT_EQ(test::probe(output).packets.size(), 2u);
+    EXPECT_EQ(dir.listing(), "behind out.mp4");
 }

@@ -15,6 +15,8 @@ public:
     void write(const wxString& name, const std::string& content) const {
         folder_.write(name.utf8_string(), content);
     }
+    /// Names in it, sorted.
+    std::string listing() const { return folder_.listing(); }
     wxString path() const { return wxString::FromUTF8(folder_.path().u8string()); }
 
 private:
