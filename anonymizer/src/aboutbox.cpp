@@ -16,11 +16,15 @@ wxString rightsNotice(const std::string& buildDate) {
            _("All rights reserved.");
 }
 
-void showAboutBox() {
+wxAboutDialogInfo aboutInfo() {
     wxAboutDialogInfo info;
     info.SetName("Tarvex Shroud");
     info.SetVersion("2.0");
     info.SetCopyright(rightsNotice(__DATE__));
     info.SetWebSite(kWebSite);
-    wxAboutBox(info);
+    return info;
+}
+
+void showAboutBox() {
+    wxAboutBox(aboutInfo());
 }

@@ -80,6 +80,10 @@ int Anonymizer::OnRun() {
     return exitCode;
 }
 
+wxLayoutDirection Anonymizer::GetLayoutDirection() const {
+    return languages::layoutDirection();
+}
+
 int Anonymizer::FilterEvent(wxEvent& event) {
     if (event.GetEventType() != wxEVT_KEY_DOWN)
         return Event_Skip;

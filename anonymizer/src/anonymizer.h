@@ -15,6 +15,9 @@ public:
     /// The event loop; then waits for the last steps of workers that have done their part.
     int OnRun() override;
 
+    /// Windows are read the way their texts are, whatever the system's language.
+    wxLayoutDirection GetLayoutDirection() const override;
+
     /// Keypad plus and minus double and halve the divisor of the on-screen mosaic. Every event goes on to
     /// its window: always -1.
     int FilterEvent(wxEvent& event) override;

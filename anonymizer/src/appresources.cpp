@@ -7,6 +7,8 @@ namespace appresources {
 
 namespace {
 
+constexpr const char* kImages = "resources/images";
+
 wxString executableFolder() {
     return wxFileName(wxStandardPaths::Get().GetExecutablePath()).GetPath();
 }
@@ -29,11 +31,21 @@ wxString languagesFolder() {
 }
 
 wxString imagesFolder() {
-    return findFolder(executableFolder(), "resources/images");
+    return findFolder(executableFolder(), kImages);
 }
 
 wxString iconFile() {
-    return findFolder(executableFolder(), "Resources/Icons") + wxFILE_SEP_PATH + "tarvex_shroud.ico";
+    return iconFile(executableFolder());
+}
+
+wxString iconFile(const wxString& executableFolder) {
+    wxFileName folder = wxFileName::DirName(findFolder(executableFolder, kImages));
+    folder.RemoveLastDir();
+    folder.RemoveLastDir();
+    folder.AppendDir("Resources");
+    folder.AppendDir("Icons");
+    folder.SetFullName("tarvex_shroud.ico");
+    return folder.GetFullPath();
 }
 
 } // namespace appresources

@@ -13,6 +13,9 @@ wxString imagesFolder();
 /// The window icon.
 wxString iconFile();
 
+/// The icon in `Resources/Icons`, which lies where the button images are found.
+wxString iconFile(const wxString& executableFolder);
+
 /// `executableFolder`/`subfolder`, or the same two levels up when only that exists. `subfolder` uses "/".
 wxString findFolder(const wxString& executableFolder, const wxString& subfolder);
 

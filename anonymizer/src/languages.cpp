@@ -28,6 +28,7 @@ constexpr int32_t kFirstLanguage = 2;
 int32_t current = wxLANGUAGE_DEFAULT;
 /// Set once a language was chosen rather than found.
 bool chosen = false;
+wxLayoutDirection direction = wxLayout_LeftToRight;
 std::unique_ptr<wxLocale> locale;
 
 wxString codeOf(const wxString& canonicalName) {
@@ -51,22 +52,30 @@ std::string contentOf(const wxString& path) {
     return content;
 }
 
+wxLayoutDirection directionOf(const wxLanguageInfo* language) {
+    return language ? language->LayoutDirection : wxLayout_Default;
+}
+
 /// Keeps the program's own catalogs from the library when they are damaged; its texts are English then.
 class SoundCatalogsLoader : public wxFileTranslationsLoader {
 public:
+    explicit SoundCatalogsLoader(const wxString& folder) : folder_(folder) {}
+
     wxMsgCatalog* LoadCatalog(const wxString& domain, const wxString& language) override {
-        const wxString path =
-            wxString::Format("%s/%s/%s.mo", appresources::languagesFolder(), language, domain);
+        const wxString path = wxString::Format("%s/%s/%s.mo", folder_, language, domain);
         if (!wxFileName::FileExists(path) || isSoundCatalog(contentOf(path)))
             return wxFileTranslationsLoader::LoadCatalog(domain, language);
         wxLogMessage("Damaged catalog %s is not used", path);
         return nullptr;
     }
+
+private:
+    const wxString folder_;
 };
 
-void replaceTranslations() {
+void replaceTranslations(const wxString& folder) {
     auto* translations = new wxTranslations;
-    translations->SetLoader(new SoundCatalogsLoader);
+    translations->SetLoader(new SoundCatalogsLoader(folder));
     wxTranslations::Set(translations);
 }
 
@@ -82,20 +91,26 @@ void replaceLocale(int32_t id) {
 } // namespace
 
 void initTranslations() {
-    replaceTranslations();
+    initTranslations(appresources::languagesFolder());
+}
+
+void initTranslations(const wxString& folder) {
+    replaceTranslations(folder);
     wxTranslations* translations = wxTranslations::Get();
     replaceLocale(current);
-    wxFileTranslationsLoader::AddCatalogLookupPathPrefix(appresources::languagesFolder());
+    wxFileTranslationsLoader::AddCatalogLookupPathPrefix(folder);
     translations->AddCatalog("wxstd", wxLANGUAGE_ENGLISH_US);
     const wxArrayString available = translations->GetAvailableTranslations("main");
     const wxString best = codeOf(translations->GetBestTranslation("main", wxLANGUAGE_ENGLISH_US));
     if (available.Index(best) != wxNOT_FOUND) {
         translations->AddCatalog("main", wxLANGUAGE_ENGLISH_US);
+        direction = directionOf(wxLocale::FindLanguageInfo(best));
         return;
     }
     locale.reset();
     wxTranslations::Set(nullptr);
     replaceLocale(wxLANGUAGE_ENGLISH_US);
+    direction = wxLayout_LeftToRight;
 }
 
 std::vector<Entry> buildLanguageTable(const wxString& folder, const LanguageQuery& canonicalName) {
@@ -127,11 +142,13 @@ void applyLanguage(const Entry& entry) {
     current = entry.id;
     chosen = true;
     // The catalogs of the language before are forgotten with the object that holds them.
-    replaceTranslations();
+    replaceTranslations(appresources::languagesFolder());
     replaceLocale(current);
     wxLocale::AddCatalogLookupPathPrefix(appresources::languagesFolder());
     locale->AddCatalog("wxstd");
     locale->AddCatalog("main");
+    const wxLogNull quiet;
+    direction = directionOf(wxLocale::GetLanguageInfo(current));
 }
 
 void applyStoredChoice() {
@@ -151,6 +168,10 @@ int32_t currentLanguage() {
 
 bool languageChosen() {
     return chosen;
+}
+
+wxLayoutDirection layoutDirection() {
+    return direction;
 }
 
 std::vector<Entry> forDisplay(std::vector<Entry> entries) {

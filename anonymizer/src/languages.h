@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include <wx/intl.h>
 #include <wx/string.h>
 
 /// The language of the texts. User-interface thread only.
@@ -19,6 +20,8 @@ struct Entry {
 
 /// Takes the system's language if there are texts in it, plain English otherwise. Once, at start-up.
 void initTranslations();
+/// The same with the catalogs below `folder` (`folder`/de/main.mo).
+void initTranslations(const wxString& folder);
 
 /// Languages with a catalog, and English, in the library's order with names as their speakers write them.
 std::vector<Entry> buildLanguageTable();
@@ -34,6 +37,9 @@ int32_t currentLanguage();
 
 /// True once `applyLanguage` has run.
 bool languageChosen();
+
+/// Which way the texts fetched now are read; that of windows made from now on.
+wxLayoutDirection layoutDirection();
 
 /// Canonical name ("de_AT") of an identifier; nothing when the library has none.
 using LanguageQuery = std::function<std::optional<wxString>(int32_t id)>;

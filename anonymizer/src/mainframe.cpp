@@ -1,6 +1,7 @@
 #include "mainframe.h"
 
 #include <algorithm>
+#include <limits>
 #include <mutex>
 
 #include <wx/filename.h>
@@ -20,6 +21,7 @@
 #include "blurtrack.h"
 #include "commands.h"
 #include "filedroptarget.h"
+#include "fittext.h"
 #include "scanprogress.h"
 #include "videocanvas.h"
 #include "videonotices.h"
@@ -31,6 +33,7 @@ namespace {
 constexpr int kMinimumSide = 128;
 constexpr int kHintBorder = 8;
 const wxColour kBackground(32, 32, 32);
+constexpr size_t kAllLines = std::numeric_limits<size_t>::max();
 
 } // namespace
 
@@ -76,6 +79,8 @@ void MainFrame::buildContents() {
 
     canvas_ = new VideoCanvas2(this, wxID_ANY, wxDefaultPosition, wxDefaultSize);
     auto* sizer = new wxBoxSizer(wxVERTICAL);
+    // Closing a bar changes the picture's size but not the window's, and may give the hint room again.
+    canvas_->Bind(wxEVT_SIZE, &MainFrame::onSize, this);
     sizer->Add(canvas_, 1, wxEXPAND);
     sizer->Add(bottomPanel_, 0, wxEXPAND | wxALL, kHintBorder);
     SetSizer(sizer);
@@ -100,7 +105,7 @@ void MainFrame::leave() {
 
 void MainFrame::onSize(wxSizeEvent& event) {
     event.Skip();
-    // The panel gets its new width when this event is through.
+    // The panel gets its new size when this event is through.
     CallAfter([this] { showHint(hintShown_); });
 }
 
@@ -135,6 +140,7 @@ void MainFrame::onReset() {
 
 void MainFrame::showHint(const wxString& text) {
     const int width = bottomPanel_->GetClientSize().x;
+    fitBars();
     // In a small window the controls and a strip of picture come before the last lines of a long hint.
     const int room = GetClientSize().y - barsHeight() - canvas_->GetMinSize().y - 2 * kHintBorder;
     if (text == hintShown_ && width == hintWidth_ && room == hintRoom_)
@@ -142,8 +148,10 @@ void MainFrame::showHint(const wxString& text) {
     hintShown_ = text;
     hintWidth_ = width;
     hintRoom_ = room;
-    hintLine_->SetLabelText(text);
-    hintLine_->Wrap(width);
+    const int lines = std::max(room / hintLine_->GetCharHeight(), 1);
+    const wxString fitted = fitText(*hintLine_, text, width, static_cast<size_t>(lines));
+    hintLine_->SetLabelText(fitted);
+    hintLine_->SetToolTip(fitted.EndsWith(kEllipsis) ? text : wxString());
     const int wanted = bottomPanel_->GetSizer()->CalcMin().y;
     bottomPanel_->SetMinSize(wxSize(wxDefaultCoord, std::clamp(room, 0, wanted)));
     Layout();
@@ -153,25 +161,51 @@ void MainFrame::showHint(const wxString& text) {
 
 int MainFrame::barsHeight() const {
     int height = 0;
-    for (wxSizerItem* item : GetSizer()->GetChildren())
-        if (const wxWindow* window = item->GetWindow(); window != canvas_ && window != bottomPanel_)
-            height += item->IsShown() ? item->CalcMin().y : 0;
+    for (const Bar& bar : bars_)
+        height += bar.window->IsShown() ? bar.window->GetSizer()->CalcMin().y : 0;
     return height;
 }
 
-wxInfoBarGeneric* MainFrame::addBar(const wxString& text, int icon) {
-    auto* bar = new wxInfoBarGeneric(this);
-    GetSizer()->Add(bar, 0, wxEXPAND);
-    // The message is wrapped to the width that the bar has when it is shown.
-    bar->SetSize(GetClientSize().x, wxDefaultCoord);
-    bar->Layout();
-    bar->ShowMessage(text, icon);
+void MainFrame::fitBars() {
+    const int width = GetClientSize().x;
+    if (width == barsWidth_)
+        return;
+    barsWidth_ = width;
+    for (const Bar& bar : bars_)
+        fitBar(bar);
+    Layout();
+}
+
+void MainFrame::fitBar(const Bar& bar) {
+    for (wxWindow* child : bar.window->GetChildren())
+        if (auto* label = dynamic_cast<wxStaticText*>(child)) {
+            const int around = bar.window->GetSizer()->CalcMin().x - label->GetBestSize().x;
+            label->SetLabelText(
+                fitText(*label, bar.text, std::max(GetClientSize().x - around, 1), kAllLines));
+        }
+}
+
+void MainFrame::addBar(const wxString& text, int icon, bool aboutVideo) {
+    const Bar bar{new wxInfoBarGeneric(this), text, aboutVideo};
+    bars_.push_back(bar);
+    GetSizer()->Add(bar.window, 0, wxEXPAND);
+    bar.window->ShowMessage(text, icon);
+    // The library wraps the text to the whole width and leaves no room for the icon and the close button.
+    fitBar(bar);
+    Layout();
     showHint(hintShown_);
-    return bar;
+}
+
+void MainFrame::removeVideoBars() {
+    const auto first =
+        std::partition(bars_.begin(), bars_.end(), [](const Bar& bar) { return !bar.aboutVideo; });
+    std::for_each(first, bars_.end(), [](const Bar& bar) { bar.window->Destroy(); });
+    bars_.erase(first, bars_.end());
+    Layout();
 }
 
 void MainFrame::showInfoBar(const wxString& text) {
-    addBar(text, wxICON_ERROR);
+    addBar(text, wxICON_ERROR, false);
 }
 
 void MainFrame::showError(const wxString& text, const wxString& advice) {
@@ -201,7 +235,7 @@ void MainFrame::finish() {
             endWorker();
             refreshPicture();
             for (const wxString& notice : noticesFor(*report_))
-                notices_.push_back(addBar(notice, wxICON_WARNING));
+                addBar(notice, wxICON_WARNING, true);
         }
     });
 }

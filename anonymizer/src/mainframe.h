@@ -52,7 +52,8 @@ public:
     /// chooses a file.
     bool refusesVideos() const;
 
-    /// Wrapped to the window's width, now and whenever that changes.
+    /// Wrapped to the window's width, now and whenever that changes. A window too low for all of it shows the
+    /// beginning, and the rest in a tool tip.
     void showHint(const wxString& text);
     /// Adds one more bar with the error icon under the picture; the user closes it.
     void showInfoBar(const wxString& text);
@@ -66,6 +67,14 @@ public:
 
 private:
     enum class Worker { None, Detection, Export };
+
+    /// A bar under the picture with the text that it was made from. Hidden once the user has closed it.
+    struct Bar {
+        wxInfoBarGeneric* window;
+        wxString text;
+        /// Taken away with the open video.
+        bool aboutVideo;
+    };
 
     void buildMenus();
     wxMenu* buildFileMenu();
@@ -100,7 +109,11 @@ private:
     void readyVideo();
     /// Pixels that the bars under the picture take.
     int barsHeight() const;
-    wxInfoBarGeneric* addBar(const wxString& text, int icon);
+    /// Breaks the bars' texts for the window's width.
+    void fitBars();
+    void fitBar(const Bar& bar);
+    void addBar(const wxString& text, int icon, bool aboutVideo);
+    void removeVideoBars();
     void showError(const wxString& text, const wxString& advice = {});
     void onExportDone(ExportResult result, const wxString& outputPath, const wxString& reason);
     /// Zeros and an empty path when no video is ready.
@@ -145,8 +158,8 @@ private:
     std::shared_ptr<AiReport> report_;
     /// What the workers know of this window.
     std::shared_ptr<WindowLink> link_;
-    /// Bars about the open video, taken away with it.
-    std::vector<wxInfoBarGeneric*> notices_;
+    std::vector<Bar> bars_;
+    int barsWidth_ = 0;
     /// Where the file dialogs start; empty before the first file of this run.
     wxString lastFolder_;
 };

@@ -5,12 +5,8 @@
 
 #include <wx/filedlg.h>
 #include <wx/filename.h>
-#include <wx/infobar.h>
-// The generic bar's header needs the one above.
-#include <wx/generic/infobar.h>
 #include <wx/intl.h>
 #include <wx/menu.h>
-#include <wx/sizer.h>
 #include <wx/utils.h>
 
 #include "ai_doriq.h"
@@ -48,6 +44,8 @@ void MainFrame::onOpen() {
 }
 
 void MainFrame::closeVideo() {
+    if (player_)
+        player_->end();
     canvas_->set(nullptr);
     canvas_->setAiAvailable(false);
     player_.reset();
@@ -56,10 +54,7 @@ void MainFrame::closeVideo() {
     ready_ = false;
     // The dialog of a pre-processing that was cut short; an update of it may be under way further up.
     calls_.run([this] { progress_.finish(); });
-    for (wxInfoBarGeneric* bar : notices_)
-        bar->Destroy();
-    notices_.clear();
-    Layout();
+    removeVideoBars();
     enableEditing(false);
 
     blurtrack::BlurStore& store = blurtrack::store();
@@ -139,5 +134,5 @@ void MainFrame::readyVideo() {
         });
     });
     for (const wxString& notice : noticesFor(info, player_->hasVariableRate()))
-        notices_.push_back(addBar(notice, wxICON_WARNING));
+        addBar(notice, wxICON_WARNING, true);
 }

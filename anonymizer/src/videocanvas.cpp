@@ -375,6 +375,9 @@ void VideoCanvas2::Impl::release() {
 VideoCanvas2::VideoCanvas2(wxWindow* parent, wxWindowID id, const wxPoint& pos, const wxSize& size)
     : wxGLCanvas(parent, displayAttributes(), id, pos, size, 0, "GLCanvas") {
     SetBackgroundStyle(wxBG_STYLE_PAINT);
+    // In a window that is read from the right to the left the library would mirror the mouse, but not what is
+    // painted.
+    SetLayoutDirection(wxLayout_LeftToRight);
     // In a small window the controls and a strip of picture come before a long hint.
     SetMinSize(wxSize(wxDefaultCoord, 2 * view::kControlBarHeight));
     impl_ = std::make_unique<Impl>(*this);

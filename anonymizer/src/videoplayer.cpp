@@ -24,11 +24,14 @@ VideoPlayer::VideoPlayer(ISafeProgress* progress, Pacing pacing)
     : thread_(std::make_unique<VideoPlayerThread>(progress, std::move(pacing))) {}
 
 VideoPlayer::~VideoPlayer() {
-    thread_->exitRequested.exchange(true);
-    if (started_) {
-        thread_->wake();
-        thread_->Wait();
-    }
+    end();
+}
+
+void VideoPlayer::end() {
+    if (thread_->exitRequested.exchange(true) || !started_)
+        return;
+    thread_->wake();
+    thread_->Wait();
 }
 
 bool VideoPlayer::open(const wxString& path, wxString& error) {

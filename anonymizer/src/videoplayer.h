@@ -20,8 +20,8 @@ class VideoPlayerThread;
 /// changes to callbacks. One object per opened video. All operations belong to the user-interface thread
 /// unless they say otherwise.
 ///
-/// Never call a setter, `stop` or the destructor with a lock held that a callback takes: they wait for the
-/// playback thread, which may be inside that callback.
+/// Never call a setter, `stop`, `end` or the destructor with a lock held that a callback takes: they wait for
+/// the playback thread, which may be inside that callback.
 class VideoPlayer {
 public:
     /// One decoded picture of the video. Shared: it lives as long as anyone keeps it.
@@ -49,6 +49,9 @@ public:
     /// Ends playback, seeking or pre-processing, waits for the thread and deletes it. After that no callback
     /// runs any more. Not from a callback.
     ~VideoPlayer();
+    /// What the destructor does first. Later operations do nothing, setters work; a second call returns at
+    /// once.
+    void end();
     VideoPlayer(const VideoPlayer&) = delete;
     VideoPlayer& operator=(const VideoPlayer&) = delete;
 

@@ -51,3 +51,17 @@ TEST_F(AppResources, AnExecutableInTheTopFolderHasNothingTwoLevelsUp) {
     EXPECT_EQ(appresources::findFolder("/", "no such folder").utf8_string(), "//no such folder");
     EXPECT_EQ(appresources::findFolder("/bin", "no such folder").utf8_string(), "/bin/no such folder");
 }
+
+TEST_F(AppResources, TheIconLiesWhereTheButtonImagesAre) {
+    const auto icon = [this] {
+        return appresources::iconFile(wxString::FromUTF8(path("build/bin"))).utf8_string();
+    };
+    const std::string name = "/Resources/Icons/tarvex_shroud.ico";
+    make("build/bin");
+    make("Resources/Icons");
+    EXPECT_EQ(icon(), path("build/bin") + name) << "the images are nowhere";
+    make("resources/images");
+    EXPECT_EQ(icon(), path("") + name.substr(1));
+    make("build/bin/resources/images");
+    EXPECT_EQ(icon(), path("build/bin") + name);
+}

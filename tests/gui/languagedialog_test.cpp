@@ -128,3 +128,9 @@ TEST_F(LanguageDialog, AStoredChoiceWithoutTheFlagOrWithoutACatalogIsIgnored) {
     languages::applyStoredChoice();
     EXPECT_EQ(_("Mode"), "Mode");
 }
+
+TEST_F(LanguageDialog, AChoiceWritesTheFlagBeforeTheLanguage) {
+    std::filesystem::remove(config());
+    choose("Deutsch");
+    EXPECT_THAT(test::readFile(config()), testing::MatchesRegex("userlang=1\nlang=[0-9]+\n"));
+}

@@ -11,6 +11,7 @@
 #include "commands.h"
 #include "filedroptarget.h"
 #include "support/ai_folder.h"
+#include "support/no_more_threads.h"
 #include "videocanvas.h"
 
 using testing::ElementsAre;
@@ -158,4 +159,18 @@ TEST_F(MainFrameDetection, AWindowThatHasToCloseLeavesThePassUnharmed) {
     goOn();
     ASSERT_TRUE(test::runUntil([this] { return ai_.fakeCalls().back() == "destroy"; }));
     const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
+}
+
+TEST_F(MainFrameDetection, APassThatCannotBeStartedIsAnErrorAndGivesTheWindowBack) {
+    openWith("hit 3 10 20 60 60 0.9 0\n");
+    {
+        const test::NoMoreThreads none;
+        startDetection();
+    }
+    EXPECT_THAT(dialogs_.boxes, ElementsAre("Error: The detection could not be started."));
+    EXPECT_FALSE(frame_->refusesVideos());
+    EXPECT_TRUE(frame_->IsEnabled());
+    EXPECT_TRUE(item("AI")->IsEnabled());
+    detect();
+    EXPECT_GT(blurCount(), 0u);
 }

@@ -10,6 +10,7 @@
 
 #include "commands.h"
 #include "filedroptarget.h"
+#include "support/no_more_threads.h"
 
 namespace fs = std::filesystem;
 
@@ -154,9 +155,15 @@ TEST_F(MainFrameExport, NothingThatWouldTakeTheBlursAwayHappensMeanwhile) {
     frame_->exportTo(wxString::FromUTF8(folder_.file("second.mp4")));
     wxCommandEvent detect(wxEVT_MENU, commands::kBlurHumans);
     frame_->OnAI(detect);
-    EXPECT_FALSE(frame_->Close()) << "the close button, the window manager's key and the session's end";
+    EXPECT_FALSE(frame_->Close()) << "the close button and the window manager's key";
     wxCommandEvent exit(wxEVT_MENU, wxID_EXIT);
     frame_->GetEventHandler()->ProcessEvent(exit);
+    wxCloseEvent endOfSession(wxEVT_CLOSE_WINDOW);
+    endOfSession.SetEventObject(frame_);
+    endOfSession.SetLoggingOff(true);
+    endOfSession.SetCanVeto(true);
+    frame_->GetEventHandler()->ProcessEvent(endOfSession);
+    EXPECT_TRUE(endOfSession.GetVeto());
     EXPECT_FALSE(wxPendingDelete.Member(frame_));
 
     EXPECT_EQ(frame_->GetTitle(), title);
@@ -279,4 +286,22 @@ TEST_F(MainFrameExport, ADetectionWithoutItsLibraryEndsAndGivesTheWindowBack) {
     EXPECT_TRUE(frame_->IsEnabled());
     EXPECT_TRUE(dialogs_.boxes.empty());
     EXPECT_THAT(bars(), testing::ElementsAre(testing::StartsWith("Nobody was looked for")));
+}
+
+TEST_F(MainFrameExport, AWorkerThatCannotBeStartedIsAnErrorAndGivesTheWindowBack) {
+    openReady("odd_321x181.mp4");
+    addBlur(2);
+    const std::string output = folder_.file("out.mp4");
+    {
+        const test::NoMoreThreads none;
+        frame_->exportTo(wxString::FromUTF8(output));
+    }
+    EXPECT_THAT(dialogs_.boxes, testing::ElementsAre("Error: Error while exporting the video file " + output +
+                                                     ": The export could not be started."));
+    EXPECT_FALSE(frame_->refusesVideos());
+    EXPECT_TRUE(isEnabled(commands::kResetAll));
+    EXPECT_EQ(folder_.listing(), "");
+    expectVideoAndBlursKept();
+    exportTo(output);
+    EXPECT_EQ(folder_.listing(), "out.mp4");
 }

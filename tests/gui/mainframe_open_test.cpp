@@ -1,10 +1,13 @@
 #include "mainframe_fixture.h"
 
+#include <algorithm>
+
 #include <gmock/gmock.h>
 
 #include "commands.h"
 #include "filedroptarget.h"
 #include "hints.h"
+#include "support/no_more_threads.h"
 #include "switches.h"
 
 namespace {
@@ -203,4 +206,28 @@ TEST_F(MainFrameOpen, AVariableRateIsToldUntilAnotherVideoIsOpened) {
     EXPECT_THAT(bars(), testing::ElementsAre(testing::HasSubstr("variable frame rate")));
     openReady("plain.mp4");
     EXPECT_TRUE(bars().empty());
+}
+
+TEST_F(MainFrameOpen, APlaybackThreadThatCannotBeStartedIsAnErrorAndTheNextOpenWorks) {
+    {
+        const test::NoMoreThreads none;
+        frame_->openVideo(clip("plain.mp4"));
+    }
+    EXPECT_THAT(dialogs_.boxes, testing::ElementsAre("Error: Error while opening the video file " +
+                                                     clip("plain.mp4").utf8_string() +
+                                                     ": The playback thread could not be started."));
+    expectNoVideo();
+    openReady("plain.mp4");
+}
+
+TEST_F(MainFrameOpen, ThePlaybackThreadEndsBeforeTheNextVideoIsTouched) {
+    openReady("plain.mp4");
+    frame_->openVideo(clip("text.mp4"));
+    const std::vector<std::string> lines = log_.lines();
+    const auto ended = std::find(lines.begin(), lines.end(), "[VideoPlayerThread] destroyed");
+    const auto opened = std::find_if(lines.begin(), lines.end(), [](const std::string& line) {
+        return line.find("Invalid data found") != std::string::npos;
+    });
+    ASSERT_NE(opened, lines.end());
+    EXPECT_LT(ended - lines.begin(), opened - lines.begin());
 }

@@ -1,0 +1,151 @@
+#include "mainframe_fixture.h"
+
+#include <stdexcept>
+
+#include <gmock/gmock.h>
+#include <wx/app.h>
+#include <wx/bmpbuttn.h>
+#include <wx/infobar.h>
+// The generic bar's header needs the one above.
+#include <wx/generic/infobar.h>
+#include <wx/panel.h>
+
+#include "hints.h"
+#include "languages.h"
+#include "videocanvas.h"
+
+using testing::EndsWith;
+using testing::SizeIs;
+using testing::StartsWith;
+
+namespace {
+
+template <typename Window>
+Window* childOf(const wxWindow& parent) {
+    for (wxWindow* child : parent.GetChildren())
+        if (auto* found = dynamic_cast<Window*>(child))
+            return found;
+    throw std::logic_error("no such child");
+}
+
+class MainFrameLayout : public test::MainFrameTest {
+protected:
+    void resize(int width, int height) {
+        frame_->SetSize(width, height);
+        ASSERT_TRUE(test::runUntil([&] { return frame_->GetSize() == wxSize(width, height); }));
+        test::runPending();
+    }
+    std::vector<wxInfoBarGeneric*> barWindows() const {
+        std::vector<wxInfoBarGeneric*> found;
+        for (wxWindow* child : frame_->GetChildren())
+            if (auto* bar = dynamic_cast<wxInfoBarGeneric*>(child))
+                found.push_back(bar);
+        return found;
+    }
+    /// By its own button.
+    static void closeByButton(wxInfoBarGeneric& bar) {
+        auto* button = childOf<wxBitmapButton>(bar);
+        wxCommandEvent event(wxEVT_BUTTON, button->GetId());
+        event.SetEventObject(button);
+        button->GetEventHandler()->ProcessEvent(event);
+    }
+    const wxWindow& canvas() const { return *childOf<VideoCanvas2>(*frame_); }
+    bool hintIsWhole() const { return hint() == hintText(kHintNoVideo).utf8_string(); }
+    /// The hint's lines are all visible and cover nothing.
+    void expectHintInItsPlace() const {
+        const wxWindow& panel = *hintLine().GetParent();
+        EXPECT_LE(hintLine().GetRect().GetBottom(), panel.GetClientSize().y);
+        EXPECT_LE(hintLine().GetRect().GetRight(), panel.GetClientSize().x);
+        EXPECT_FALSE(panel.GetRect().Intersects(canvas().GetRect()));
+        EXPECT_LE(panel.GetRect().GetBottom(), frame_->GetClientSize().y);
+    }
+};
+
+} // namespace
+
+TEST_F(MainFrameLayout, TheSmallestWindowShowsTheBeginningOfTheHintAndTheRestInATip) {
+    setHint(hintText(kHintNoVideo));
+    resize(128, 128);
+    ASSERT_TRUE(test::runUntil([this] { return !hintIsWhole(); }));
+    test::runPending();
+    EXPECT_THAT(hint(), StartsWith("Open"));
+    EXPECT_THAT(hint(), EndsWith("\u2026"));
+    EXPECT_EQ(hintLine().GetToolTipText(), hintText(kHintNoVideo));
+    EXPECT_GT(canvas().GetSize().y, 32) << "a strip of the picture over the controls";
+    expectHintInItsPlace();
+    resize(800, 580);
+    ASSERT_TRUE(test::runUntil([this] { return hintIsWhole(); }));
+    EXPECT_EQ(hintLine().GetToolTipText(), "");
+    expectHintInItsPlace();
+}
+
+TEST_F(MainFrameLayout, ABarThatTheUserClosesGivesTheHintItsRoomBack) {
+    setHint(hintText(kHintNoVideo));
+    resize(260, 210);
+    ASSERT_TRUE(test::runUntil([this] { return hintIsWhole(); }));
+    frame_->showInfoBar("Only *.mp4 and *.mov files are supported.");
+    test::runPending();
+    ASSERT_FALSE(hintIsWhole());
+    expectHintInItsPlace();
+    closeByButton(*barWindows().at(0));
+    EXPECT_TRUE(test::runUntil([this] { return hintIsWhole(); }));
+    expectHintInItsPlace();
+}
+
+TEST_F(MainFrameLayout, EveryRefusedDropAddsABarThatIsClosedByItself) {
+    for (int round = 0; round < 3; ++round)
+        frame_->showInfoBar("Only one file at a time can be opened.");
+    test::runPending();
+    const std::vector<wxInfoBarGeneric*> windows = barWindows();
+    ASSERT_THAT(windows, SizeIs(3));
+    for (size_t i = 1; i < windows.size(); ++i)
+        EXPECT_GE(windows[i]->GetRect().y, windows[i - 1]->GetRect().GetBottom()) << "one under the other";
+    closeByButton(*windows[1]);
+    test::runPending();
+    EXPECT_THAT(bars(), SizeIs(2));
+    frame_->showInfoBar("Only one file at a time can be opened.");
+    EXPECT_THAT(barWindows(), SizeIs(4)) << "a closed one is not used again";
+}
+
+TEST_F(MainFrameLayout, ALongMessageLeavesRoomForTheCloseButtonAtEveryWidth) {
+    frame_->showInfoBar("This message is about as long as the longest of all that the program has, and it is "
+                        "wrapped to the width of the window.");
+    const wxInfoBarGeneric& bar = *barWindows().at(0);
+    const auto* button = childOf<wxBitmapButton>(bar);
+    const auto* text = childOf<wxStaticText>(bar);
+    for (const int width : {800, 500, 300, 640}) {
+        resize(width, 580);
+        EXPECT_GE(button->GetSize().x, button->GetBestSize().x) << width;
+        EXPECT_LE(button->GetRect().GetRight(), bar.GetClientSize().x) << width;
+        EXPECT_LE(text->GetRect().GetRight(), button->GetRect().x) << width;
+        EXPECT_LE(text->GetRect().GetBottom(), bar.GetClientSize().y) << width;
+    }
+}
+
+TEST_F(MainFrameLayout, TheHintGoesToTheMainWindowOnly) {
+    const std::string before = hint();
+    auto* other = new wxFrame(nullptr, wxID_ANY, "Other");
+    wxTheApp->SetTopWindow(other);
+    setHint("for the other");
+    EXPECT_EQ(hint(), before);
+    wxTheApp->SetTopWindow(frame_);
+    other->Destroy();
+}
+
+TEST_F(MainFrameLayout, InALanguageReadFromTheRightThePictureAndItsMouseAreNotMirrored) {
+    languages::applyLanguage({"", wxLANGUAGE_ARABIC});
+    auto* arabic = new MainFrame("Arabic", wxDefaultPosition, wxSize(800, 580));
+    languages::applyLanguage({"", wxLANGUAGE_ENGLISH});
+    EXPECT_EQ(arabic->GetLayoutDirection(), wxLayout_RightToLeft);
+    EXPECT_EQ(childOf<VideoCanvas2>(*arabic)->GetLayoutDirection(), wxLayout_LeftToRight);
+    arabic->Destroy();
+    EXPECT_EQ(frame_->GetLayoutDirection(), wxLayout_LeftToRight);
+}
+
+TEST_F(MainFrameLayout, HintsKeepTheLanguageOfTheFirstOne) {
+    const wxString english = hintText(kHintBlurMode);
+    languages::applyLanguage({"", wxLANGUAGE_GERMAN});
+    EXPECT_NE(_("Playback speed"), "Playback speed");
+    EXPECT_EQ(hintText(kHintBlurMode), english);
+    languages::applyLanguage({"", wxLANGUAGE_ENGLISH});
+}
