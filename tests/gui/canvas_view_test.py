@@ -83,7 +83,7 @@ class View(driver.GuiTest):
             app.shot()
         app.wait_shot(lambda picture: (app.number(picture) or 0) > 5, "playing on")
 
-    def check_video(self, name, size):
+    def check_video(self, name):
         app = self.open(name)
         app.move_window(40, 40)
         app.still_shot()
@@ -97,10 +97,16 @@ class View(driver.GuiTest):
         self.assertEqual(app.close(), 0)
 
     def test_odd_sized_video(self):
-        self.check_video("odd_321x181.mp4", (321, 181))
+        self.check_video("odd_321x181.mp4")
+
+    def test_single_pixel_video(self):
+        self.check_video("one_pixel.mp4")
+
+    def test_video_wider_than_the_screen(self):
+        self.check_video("wide_8192x16.mp4")
 
     def test_one_frame_video(self):
-        self.check_video("one_frame.mp4", VIDEO)
+        self.check_video("one_frame.mp4")
 
     def test_video_that_delivers_no_frame(self):
         app = self.start("--video", os.path.join(driver.options.media, "one_frame_bframes.mp4"))

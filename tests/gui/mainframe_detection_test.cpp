@@ -2,7 +2,6 @@
 
 #include <memory>
 #include <mutex>
-#include <stdexcept>
 
 #include <gmock/gmock.h>
 #include <wx/weakref.h>
@@ -50,12 +49,6 @@ protected:
         ASSERT_TRUE(test::runUntil([this] { return ai_.fakeCalls().size() > 1; }));
     }
     void goOn() const { test::writeFile(ai_.modelDir() + "/model.weights.go", ""); }
-    VideoCanvas2& canvas() const {
-        for (wxWindow* child : frame_->GetChildren())
-            if (auto* found = dynamic_cast<VideoCanvas2*>(child))
-                return *found;
-        throw std::logic_error("the window has no canvas");
-    }
 
     test::AiFolder ai_;
 };
@@ -155,7 +148,7 @@ TEST_F(MainFrameDetection, AWindowThatHasToCloseLeavesThePassUnharmed) {
     const wxWeakRef<wxWindow> window(frame_);
     frame_->Close(true);
     ASSERT_TRUE(test::runUntil([&] { return !window; }));
-    frame_ = new MainFrame("Tarvex Shroud", wxDefaultPosition, wxSize(800, 580));
+    makeWindow();
     goOn();
     ASSERT_TRUE(test::runUntil([this] { return ai_.fakeCalls().back() == "destroy"; }));
     const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);

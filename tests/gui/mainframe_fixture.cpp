@@ -14,6 +14,7 @@
 #include "commands.h"
 #include "settings.h"
 #include "switches.h"
+#include "videocanvas.h"
 
 namespace test {
 
@@ -47,16 +48,27 @@ MainFrameTest::MainFrameTest() {
         const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
         blurtrack::clear();
     }
-    frame_ = new MainFrame("Tarvex Shroud", wxDefaultPosition, wxSize(800, 580));
-    wxTheApp->SetTopWindow(frame_);
-    frame_->Show();
-    runPending();
+    makeWindow();
 }
 
 MainFrameTest::~MainFrameTest() {
     frame_->Destroy();
     runPending();
     wxTheApp->SetTopWindow(nullptr);
+}
+
+void MainFrameTest::makeWindow() {
+    frame_ = new MainFrame("Tarvex Shroud", wxDefaultPosition, wxSize(800, 580));
+    wxTheApp->SetTopWindow(frame_);
+    frame_->Show();
+    runPending();
+}
+
+VideoCanvas2& MainFrameTest::canvas() const {
+    for (wxWindow* child : frame_->GetChildren())
+        if (auto* found = dynamic_cast<VideoCanvas2*>(child))
+            return *found;
+    throw std::logic_error("the window has no canvas");
 }
 
 void MainFrameTest::openReady(const std::string& name) {

@@ -13,6 +13,8 @@
 #include "support/paths.h"
 #include "support/temp_folder.h"
 
+class VideoCanvas2;
+
 namespace test {
 
 /// A main window with first-run settings, all switches at their initial values, and no dialog that waits.
@@ -20,6 +22,10 @@ class MainFrameTest : public testing::Test {
 protected:
     MainFrameTest();
     ~MainFrameTest() override;
+
+    /// Another window for the tests, when the one before is gone.
+    void makeWindow();
+    VideoCanvas2& canvas() const;
 
     static wxString clip(const std::string& name) { return wxString::FromUTF8(mediaDir() + "/" + name); }
     /// Opens a clip and waits until it can be edited.

@@ -1,0 +1,167 @@
+#include "canvas_fixture.h"
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+
+TEST_F(Canvas, AHeldStoreNeverBlocksTheMouse) {
+    put(10, 700, 200, 100);
+    move(100, 100);
+    {
+        const std::lock_guard<std::mutex> held(blurtrack::store().mutex);
+        std::thread mouse([&] {
+            move(210, 110);
+            press(210, 110);
+            hold();
+            release(210, 110);
+            canvas.deleteHovered();
+        });
+        mouse.join();
+    }
+    EXPECT_EQ(blurtrack::entriesAt(10).size(), 1u);
+    EXPECT_FALSE(canvas.recording());
+    move(211, 110);
+    EXPECT_TRUE(hovering());
+}
+
+TEST_F(Canvas, AHeldStoreLeavesBrushAndSelectionAsTheyAre) {
+    put(10, 700, 200, 100);
+    move(100, 100);
+    const int64_t next = upcomingBrushId();
+    const auto withStoreHeld = [](const std::function<void()>& action) {
+        const std::lock_guard<std::mutex> held(blurtrack::store().mutex);
+        std::thread(action).join();
+    };
+    withStoreHeld([&] {
+        press(100, 100);
+        release(100, 100);
+    });
+    EXPECT_TRUE(log.contains(
+        format("[VideoCanvas] Blur not painted, the blurs are in use id:%lld frame: %lld", next - 1, 10)));
+    EXPECT_TRUE(brushShown());
+    EXPECT_EQ(upcomingBrushId(), next);
+
+    move(210, 110);
+    ASSERT_TRUE(hovering());
+    withStoreHeld([&] {
+        press(50, 50);
+        release(50, 50);
+        canvas.settle();
+    });
+    EXPECT_TRUE(hovering());
+    EXPECT_FALSE(brushShown());
+    EXPECT_EQ(upcomingBrushId(), next);
+}
+
+TEST_F(Canvas, HoldingWaitsForAHeldStore) {
+    move(100, 100);
+    press(100, 100);
+    {
+        const std::lock_guard<std::mutex> held(blurtrack::store().mutex);
+        CanvasEffects effects;
+        std::thread([&] { effects = hold(); }).join();
+        EXPECT_TRUE(effects.startTimer);
+        EXPECT_FALSE(canvas.recording());
+    }
+    EXPECT_FALSE(hold().startTimer);
+    EXPECT_TRUE(canvas.recording());
+}
+
+TEST_F(Canvas, FramesRecordedWhileTheStoreIsHeldAreMadeUpForWithoutWaiting) {
+    playing = true;
+    move(100, 100);
+    const int64_t id = upcomingBrushId();
+    press(100, 100);
+    {
+        const std::lock_guard<std::mutex> held(blurtrack::store().mutex);
+        std::thread player([&] {
+            show(11);
+            show(12);
+        });
+        player.join();
+    }
+    EXPECT_EQ(canvas.picture().frame->index, 12);
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10}));
+    show(13);
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10, 11, 12, 13}));
+}
+
+/// Whatever ends a recording, nothing of it is missing.
+class RecordingEnd : public Canvas, public testing::WithParamInterface<int> {};
+
+TEST_P(RecordingEnd, MakesUpForTheFramesThatCameWhileTheStoreWasHeld) {
+    const std::function<void()> ends[] = {
+        [this] { release(100, 100); },
+        [this] { release(100, 260); },
+        [this] { leave(); },
+        [this] { move(100, 260); },
+        [this] { canvas.setPlayState(Stopped); },
+        [this] { canvas.pause(true); },
+        [this] {
+            buttonHeld = false;
+            move(100, 100);
+        },
+    };
+    playing = true;
+    move(100, 100);
+    const int64_t id = upcomingBrushId();
+    press(100, 100);
+    {
+        const std::lock_guard<std::mutex> held(blurtrack::store().mutex);
+        std::thread([&] { show(12); }).join();
+    }
+    ends[GetParam()]();
+    EXPECT_FALSE(canvas.recording());
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10, 11, 12}));
+    EXPECT_EQ(blurtrack::spanOf(id)->frameCount, 3);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, RecordingEnd, testing::Range(0, 7));
+
+TEST_F(Canvas, RecordingThatEndsWhileTheStoreIsHeldSaysWhatIsMissing) {
+    playing = true;
+    move(100, 100);
+    const int64_t id = upcomingBrushId();
+    press(100, 100);
+    {
+        const std::lock_guard<std::mutex> held(blurtrack::store().mutex);
+        std::thread([&] {
+            show(12);
+            leave();
+        }).join();
+    }
+    EXPECT_FALSE(canvas.recording());
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10}));
+    EXPECT_THAT(log.lines(),
+                Contains(HasSubstr("not recorded id:" + std::to_string(id) + " frames: 11 to 12")));
+}
+
+TEST_F(Canvas, FramesMayArriveWhileTheMouseWorks) {
+    playing = true;
+    move(100, 100);
+    const int64_t id = upcomingBrushId();
+    press(100, 100);
+    std::atomic<bool> done{false};
+    std::thread player([&] {
+        for (int64_t f = 11; f <= 400; ++f)
+            show(f, 32, 24);
+        done = true;
+    });
+    while (!done) {
+        move(140, 110);
+        EXPECT_TRUE(canvas.picture().frame);
+    }
+    player.join();
+    release(140, 110);
+    EXPECT_EQ(framesOf(id).size(), 391u);
+}
+
+} // namespace
