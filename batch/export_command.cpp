@@ -89,7 +89,6 @@ Outcome exportTo(const wxString& path, const Options& options, const video::Vide
     Completion completion;
     Outcome outcome;
     ExportWorker* worker = createExportWorker(options.mode, path, info, &progress);
-    worker->setInPlace();
     worker->setDone([&, worker](ExportResult result, const wxString& text) {
         outcome = {result, text, worker->outputFailed()};
         completion.signal();

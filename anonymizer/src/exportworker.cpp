@@ -15,7 +15,6 @@
 #include <wx/log.h>
 
 #include "decodeahead.h"
-#include "draftfile.h"
 #include "platform.h"
 #include "switches.h"
 #include "video_backend_ffmpeg.h"
@@ -28,8 +27,6 @@ constexpr int64_t kFramesPerUpdate = 100;
 /// Size of the buffers made in advance; a video of another size replaces them.
 constexpr int32_t kUsualWidth = 1920;
 constexpr int32_t kUsualHeight = 1080;
-/// Of the output's name in its draft's; a file name has room for 255 bytes.
-constexpr std::size_t kKeptCharacters = 40;
 
 /// Without buffers made in advance where memory is short: the video may be smaller, and the worker knows how
 /// to fail.
@@ -59,10 +56,6 @@ void ExportWorker::setDone(ExportDone done) {
     done_ = std::move(done);
 }
 
-void ExportWorker::setInPlace() {
-    inPlace_ = true;
-}
-
 wxThread::ExitCode ExportWorker::Entry() {
     try {
         outcome_ = exportVideo();
@@ -70,10 +63,6 @@ wxThread::ExitCode ExportWorker::Entry() {
         outcome_ = {ExportResult::Failed, wxString::FromUTF8(std::strerror(ENOMEM))};
     } catch (const std::exception& error) {
         outcome_ = {ExportResult::Failed, wxString::FromUTF8(error.what())};
-    }
-    if (wxString error; outcome_.result != ExportResult::Failed && !commit(error)) {
-        outputFailed_ = true;
-        outcome_ = {ExportResult::Failed, error};
     }
     if (outcome_.result == ExportResult::Failed) {
         wxLogError("[VideoExportThread] %s", outcome_.text);
@@ -100,7 +89,6 @@ ExportWorker::Outcome ExportWorker::exportVideo() {
 
     if (platform::isSameFile(source_.path, outputPath_))
         return refuse(_("A video cannot be exported onto itself."));
-    aimAtOutput();
     std::shared_ptr<Encoder_ffmpeg> encoder = chooseEncoder();
     outputFailed_ = encoder && encoder->fileFailed();
     if (!encoder)
@@ -154,7 +142,7 @@ std::shared_ptr<Encoder_ffmpeg> ExportWorker::chooseEncoder() {
     settings.bitRate = source_.bitRate;
     settings.gopSize = source_.gopSize;
     settings.passes = 1;
-    settings.path = writtenPath_;
+    settings.path = outputPath_;
     settings.codec = video::kCodecH264;
     settings.colorMatrix = source_.colorMatrix;
 
@@ -217,7 +205,7 @@ ExportWorker::Outcome ExportWorker::judge(const Encoder_ffmpeg& encoder, bool ca
                                           const wxString& openError) const {
     if (encoder.failed())
         return {ExportResult::Failed, encoder.failureText()};
-    if (!wxFileName::Exists(writtenPath_))
+    if (!wxFileName::Exists(outputPath_))
         return {ExportResult::Failed, _("The exported file has disappeared.")};
     if (cancelled)
         return {ExportResult::Cancelled, wxString()};
@@ -230,36 +218,9 @@ ExportWorker::Outcome ExportWorker::judge(const Encoder_ffmpeg& encoder, bool ca
     return {ExportResult::Success, wxString()};
 }
 
-/// Prepares a draft where there is a file to lose.
-void ExportWorker::aimAtOutput() {
-    writtenPath_ = outputPath_;
-    if (inPlace_ || outputPath_.empty())
-        return;
-    const wxString place = draftfile::placeOf(outputPath_);
-    if (!wxFileName::FileExists(place) || !platform::isWritable(place))
-        return;
-    // The ending chooses the container; behind a link there may be another one.
-    const wxString name = wxFileName(outputPath_).GetFullName();
-    const wxString ending = name.Contains(".") ? "." + name.AfterLast('.') : wxString();
-    const wxString draft =
-        draftfile::create(place, "." + name.BeforeLast('.').Left(kKeptCharacters) + ".partial-", ending);
-    if (!draft.empty())
-        writtenPath_ = draft;
-}
-
-bool ExportWorker::commit(wxString& error) {
-    if (writtenPath_ == outputPath_)
-        return true;
-    if (platform::syncToDisk(writtenPath_) &&
-        platform::replaceFile(writtenPath_, draftfile::placeOf(outputPath_)))
-        return true;
-    error = wxString::FromUTF8(std::strerror(errno));
-    return false;
-}
-
 void ExportWorker::removeOutput() const {
-    if (writtenPath_ != outputPath_ || (touchedOutput_ && wxFileName::FileExists(outputPath_)))
-        platform::removeFile(writtenPath_);
+    if (touchedOutput_ && wxFileName::FileExists(outputPath_))
+        platform::removeFile(outputPath_);
 }
 
 ExportWorker* createExportWorker(int32_t mode, const wxString& outputPath, const video::VideoInfo& info,

@@ -20,8 +20,8 @@ enum class ExportResult { Success, Cancelled, Failed };
 
 /// Called once, on the worker's thread, after everything else the export does: the file is closed and the
 /// progress finished. `text` says why when it failed, in words for the user; empty otherwise. A cancelled
-/// export leaves a properly closed, shorter file. A failed one leaves none but the one that was there before,
-/// and never touches the source.
+/// export leaves a properly closed, shorter file. A failed one leaves none: the worker removes the
+/// unreadable rest of what it wrote, and never touches the source.
 using ExportDone = std::function<void(ExportResult result, const wxString& text)>;
 
 /// Writes the anonymised copy of a video on a thread of its own. Detached: it deletes itself when done. The
@@ -30,9 +30,7 @@ using ExportDone = std::function<void(ExportResult result, const wxString& text)
 /// A source that no longer has as many frames as `VideoInfo::frameCount` says fails: frames beyond that count
 /// have no rectangles, so they are never written. 0 means that the count is not known.
 ///
-/// Where a file is there already, the new one is written beside it under a name of its own and takes its
-/// place when it is complete and on disk; only if the folder takes no further file, the old one is lost at
-/// once.
+/// The output path itself is written, from the start: a file that is there already is lost at once.
 ///
 /// Stopped by `wxThread::Delete`, noticed at every frame and inside a long read. The worker is there for
 /// certain only until its completion callback returns: whoever wants to stop it takes a lock that the
@@ -47,8 +45,6 @@ public:
 
     /// Set before `Run`. Not called when the thread never ran.
     void setDone(ExportDone done);
-    /// Before `Run`: the output path is somebody else's draft already, so write there.
-    void setInPlace();
     /// After a failure, until the completion callback returns: it was the output file's, not the video's.
     bool outputFailed() const { return outputFailed_; }
 
@@ -77,8 +73,6 @@ private:
     int32_t progressTotal() const;
     bool sourceHasChanged() const;
     Outcome judge(const Encoder_ffmpeg& encoder, bool cancelled, const wxString& openError) const;
-    void aimAtOutput();
-    bool commit(wxString& error);
     void removeOutput() const;
 
     video::VideoInfo source_;
@@ -88,10 +82,7 @@ private:
     int32_t threshold_;
     ExportDone done_;
     Outcome outcome_;
-    bool inPlace_ = false;
-    /// The file that the encoder writes.
-    wxString writtenPath_;
-    /// An encoder has opened that file, which emptied it.
+    /// An encoder has opened the output file, which emptied it.
     bool touchedOutput_ = false;
     bool outputFailed_ = false;
     /// Number of the frame decoded last.

@@ -646,35 +646,3 @@ TEST_F(ExportWorkerTest, ThrowingProcessorFailsButEndsInOrder) {
               (Lines{"start Export|Exporting video " + output.utf8_string() + "|250", "finish"}));
     EXPECT_FALSE(exists(output));
 }
-
-TEST_F(ExportWorkerTest, AFileThatWasThereIsReplacedAtTheEndOnly) {
-    const auto info = prepare("plain.mp4");
-    dir.write("out.mp4", "precious");
-    std::string early;
-    progress.onUpdate = [&](int32_t) { early = bytesOf(output); };
-    EXPECT_EQ(run(makeWorker(info)).result, ExportResult::Success);
-    EXPECT_EQ(early, "precious");
-    EXPECT_EQ(test::probe(output).packets.size(), 250u);
-    EXPECT_EQ(dir.listing(), "out.mp4");
-}
-
-TEST_F(ExportWorkerTest, AFailureLeavesTheFileThatWasThere) {
-    const auto info = prepare("plain.mp4");
-    dir.write("out.mp4", "precious");
-    {
-        const test::FileSizeLimit limit(30000);
-        EXPECT_EQ(run(makeWorker(info)).result, ExportResult::Failed);
-    }
-    EXPECT_EQ(bytesOf(output), "precious");
-    EXPECT_EQ(dir.listing(), "out.mp4");
-}
-
-TEST_F(ExportWorkerTest, ALinkStaysALinkToTheNewFile) {
-    const auto info = prepare("two_frames.mp4");
-    dir.write("behind", "old");
-    std::filesystem::create_symlink("behind", output.utf8_string());
-    EXPECT_EQ(run(makeWorker(info)).result, ExportResult::Success);
-    EXPECT_TRUE(std::filesystem::is_symlink(output.utf8_string()));
-    EXPECT_EQ(test::probe(output).packets.size(), 2u);
-    EXPECT_EQ(dir.listing(), "behind out.mp4");
-}
