@@ -51,11 +51,11 @@ void uploadUniforms(const GLShader& shader, const std::vector<float>& floats) {
     }
 }
 
-void bindSamplers(const std::vector<Material::Sampler>& samplers) {
+void bindSamplers(const GLShader& shader, const std::vector<Material::Sampler>& samplers) {
     for (const Material::Sampler& sampler : samplers) {
         glActiveTexture(GL_TEXTURE0 + sampler.unit);
         glBindTexture(GL_TEXTURE_2D, sampler.texture ? sampler.texture->nativeName() : 0);
-        glBindSampler(sampler.unit, gl::samplerFor(sampler.settings));
+        glBindSampler(sampler.unit, shader.sampler(sampler.settings));
     }
 }
 
@@ -91,7 +91,7 @@ void draw(RenderTarget& target, const Material& material, const Mesh& mesh, uint
     bindTarget(target, size);
     glUseProgram(shader->program());
     uploadUniforms(*shader, material.floats());
-    bindSamplers(material.samplers());
+    bindSamplers(*shader, material.samplers());
     setBlend(material.blend, material.colorMask);
     setClip(material.clip, size.height);
     triangles->drawTriangles(firstIndex, indexCount);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "pxl/gl_names.h"
+#include "pxl/gl_state.h"
 #include "pxl/render.h"
 
 namespace pxl {
@@ -14,6 +15,8 @@ public:
 
     bool valid() const { return static_cast<bool>(program_); }
     GLuint program() const { return program_.get(); }
+    /// A shader lives in one context, and so do the sampler objects of what is drawn with it.
+    GLuint sampler(const SamplerSettings& settings) const { return samplers_.get(settings); }
 
 private:
     gl::ProgramName link(const std::string& vertexSource, const std::string& fragmentSource) const;
@@ -22,6 +25,7 @@ private:
 
     gl::ProgramName program_;
     std::vector<Uniform> uniforms_;
+    mutable gl::SamplerCache samplers_;
 };
 
 /// The sources of the program's one shader.

@@ -2,7 +2,6 @@
 
 #include "pxl/gl_debug.h"
 #include "pxl/gl_names.h"
-#include "pxl/gl_state.h"
 #include "pxl/log.h"
 #include "pxl/render.h"
 
@@ -85,7 +84,6 @@ bool startGraphics(const std::function<bool(int)>& setSwapInterval) {
 
 void stopGraphics() {
     setCurrentRenderTarget(nullptr);
-    gl::dropSamplers();
     gl::setStarted(false);
 }
 

@@ -24,11 +24,11 @@ struct GraphicsLimits {
 /// nothing can be drawn then.
 bool startGraphics(const std::function<bool(int)>& setSwapInterval = {});
 
-/// Frees what the layer shares between draws. Call with the context current, before the context is
-/// destroyed, after the canvas's own objects are gone.
+/// Call when the canvas's own objects are gone, before their context is destroyed. Names that are let go of
+/// afterwards are not given back but die with it.
 void stopGraphics();
 
-/// The same without a context: names that are let go of afterwards are not given back but die with it.
+/// The same with the canvas's objects still there, when the context can't be made current any more.
 void abandonGraphics();
 
 /// All 0 before startGraphics.

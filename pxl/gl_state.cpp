@@ -2,21 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <map>
-#include <tuple>
 
 namespace pxl::gl {
-
-namespace {
-
-using SamplerKey = std::tuple<Filter, Wrap, Wrap>;
-
-std::map<SamplerKey, SamplerName>& samplerCache() {
-    static std::map<SamplerKey, SamplerName> cache;
-    return cache;
-}
-
-} // namespace
 
 GLenum blendEquation(BlendEquation equation) {
     switch (equation) {
@@ -77,8 +64,8 @@ Scissor scissorOf(const RectF& clip, int32_t targetHeight) {
     return scissor;
 }
 
-GLuint samplerFor(const SamplerSettings& settings) {
-    SamplerName& sampler = samplerCache()[{settings.filter, settings.wrapS, settings.wrapT}];
+GLuint SamplerCache::get(const SamplerSettings& settings) {
+    SamplerName& sampler = samplers_[{settings.filter, settings.wrapS, settings.wrapT}];
     if (!sampler) {
         sampler = makeSampler();
         glSamplerParameteri(sampler.get(), GL_TEXTURE_MIN_FILTER, samplerFilter(settings.filter));
@@ -87,10 +74,6 @@ GLuint samplerFor(const SamplerSettings& settings) {
         glSamplerParameteri(sampler.get(), GL_TEXTURE_WRAP_T, samplerWrap(settings.wrapT));
     }
     return sampler.get();
-}
-
-void dropSamplers() {
-    samplerCache().clear();
 }
 
 } // namespace pxl::gl

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <map>
+#include <tuple>
+
 #include "pxl/gl_names.h"
 #include "pxl/material.h"
 
@@ -22,8 +25,14 @@ struct Scissor {
 /// The clip rectangle counted from the target's bottom left corner, its width and height never negative.
 Scissor scissorOf(const RectF& clip, int32_t targetHeight);
 
-/// The sampler object for the settings, made when it is first asked for and kept until dropSamplers().
-GLuint samplerFor(const SamplerSettings& settings);
-void dropSamplers();
+/// Sampler objects of one context, which must be current when one is asked for and when the cache goes.
+class SamplerCache {
+public:
+    /// The sampler object for the settings, made when it is first asked for.
+    GLuint get(const SamplerSettings& settings);
+
+private:
+    std::map<std::tuple<Filter, Wrap, Wrap>, SamplerName> samplers_;
+};
 
 } // namespace pxl::gl

@@ -16,7 +16,6 @@
 #include "videocanvas.h"
 
 using testing::ElementsAre;
-using testing::Not;
 using testing::StartsWith;
 
 namespace {
@@ -93,16 +92,20 @@ TEST_F(CanvasRecording, IsWhatTheExportHides) {
     Decoder_ffmpeg exported;
     ASSERT_TRUE(source.open(clip("plain.mp4")));
     ASSERT_TRUE(exported.open(path));
-    const blurtrack::BlurEntry rect = blurtrack::entriesAt(1).at(0);
+    // The window manager may give the window its size while the recording runs: then the brush moves.
+    blurtrack::BlurEntry rect;
     pxl::Image clear(320, 180);
     pxl::Image written(320, 180);
     pxl::Image mosaic(320, 180);
     for (int64_t frame = 1; frame <= static_cast<int64_t>(frames.size()) + 10; ++frame) {
+        const bool recorded = frame <= static_cast<int64_t>(frames.size());
+        if (recorded)
+            rect = blurtrack::entriesAt(frame).at(0);
         ASSERT_TRUE(source.next() && source.convert(clear));
         ASSERT_TRUE(exported.next() && exported.convert(written));
         pixelate(clear, mosaic.pixels, mosaicBlockSize(320, 180, kExportBlurDivisor));
         const bool hidden = difference(written, mosaic, rect) < difference(written, clear, rect);
-        EXPECT_EQ(hidden, frame <= static_cast<int64_t>(frames.size())) << "frame " << frame;
+        EXPECT_EQ(hidden, recorded) << "frame " << frame;
     }
 }
 

@@ -5,6 +5,8 @@
 #include "pxl/gl_state.h"
 
 #include <cstring>
+#include <optional>
+#include <utility>
 
 using pxl::BlendEquation;
 using pxl::BlendFactor;
@@ -95,11 +97,12 @@ TEST(GlState, DebugNamesBelongToTheDriversValues) {
 }
 
 TEST_F(GlStateTest, SamplersAreMadeOncePerSettings) {
-    const GLuint nearest = pxl::gl::samplerFor({});
-    const GLuint linear = pxl::gl::samplerFor({Filter::Linear, Wrap::Repeat, Wrap::ClampToEdge});
+    std::optional<pxl::gl::SamplerCache> cache(std::in_place);
+    const GLuint nearest = cache->get({});
+    const GLuint linear = cache->get({Filter::Linear, Wrap::Repeat, Wrap::ClampToEdge});
     EXPECT_NE(nearest, linear);
-    EXPECT_EQ(pxl::gl::samplerFor({Filter::Nearest, Wrap::ClampToEdge, Wrap::ClampToEdge}), nearest);
-    EXPECT_EQ(pxl::gl::samplerFor({Filter::Linear, Wrap::Repeat, Wrap::ClampToEdge}), linear);
+    EXPECT_EQ(cache->get({Filter::Nearest, Wrap::ClampToEdge, Wrap::ClampToEdge}), nearest);
+    EXPECT_EQ(cache->get({Filter::Linear, Wrap::Repeat, Wrap::ClampToEdge}), linear);
     const auto parameter = [](GLuint sampler, GLenum name) {
         GLint value = 0;
         glGetSamplerParameteriv(sampler, name, &value);
@@ -111,8 +114,11 @@ TEST_F(GlStateTest, SamplersAreMadeOncePerSettings) {
     EXPECT_EQ(parameter(linear, GL_TEXTURE_MIN_FILTER), GL_LINEAR);
     EXPECT_EQ(parameter(linear, GL_TEXTURE_WRAP_S), GL_REPEAT);
     EXPECT_EQ(parameter(linear, GL_TEXTURE_WRAP_T), GL_CLAMP_TO_EDGE);
-    pxl::gl::dropSamplers();
+    pxl::gl::SamplerCache other;
+    EXPECT_NE(other.get({}), nearest) << "another context's";
+    cache.reset();
     EXPECT_FALSE(glIsSampler(nearest));
+    EXPECT_FALSE(glIsSampler(linear));
 }
 
 TEST_F(GlStateTest, StartKeepsLimitsAndAlignments) {
