@@ -412,6 +412,12 @@ class GuiTest(unittest.TestCase):
         self.addCleanup(self.keep_picture, app)
         return app
 
+    def home(self):
+        """A home folder that several programs may have one after the other."""
+        folder = tempfile.mkdtemp(prefix="shroud-gui-")
+        self.addCleanup(shutil.rmtree, folder, True)
+        return folder
+
     def open(self, name, **named):
         """The program with a counter clip open and its first frame on the screen."""
         app = self.start("--video", os.path.join(options.media, name), **named)

@@ -1,0 +1,148 @@
+"""Files dragged from another program's window and dropped on the real one."""
+
+import os
+import shutil
+import subprocess
+import tempfile
+
+import driver
+import menus
+
+
+class Drop(menus.MenuTest):
+    def setUp(self):
+        self.folder = tempfile.mkdtemp(prefix="shroud-drop-")
+        self.addCleanup(shutil.rmtree, self.folder, True)
+
+    def copy(self, clip, name):
+        path = os.path.join(self.folder, name)
+        shutil.copy(os.path.join(driver.options.media, clip), path)
+        return path
+
+    def write(self, name, content):
+        path = os.path.join(self.folder, name)
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(content)
+        return path
+
+    def program(self, *arguments):
+        app = self.start(*arguments)
+        app.main_window()
+        app.move_window(300, 200)
+        app.still_shot()
+        return app
+
+    def source(self, *paths):
+        """The window to drag the files from: its middle on the screen, and a function for what it has said."""
+        program = os.path.join(driver.options.tools, "drag_source")
+        words = os.path.join(self.folder, "drag_source.txt")
+        with open(words, "wb") as output:
+            process = subprocess.Popen([program] + list(paths), env=self.screen.env, stdout=output,
+                                       stderr=subprocess.DEVNULL)
+
+        def end():
+            process.kill()
+            process.wait()
+        self.addCleanup(end)
+
+        def find():
+            self.assertIsNone(process.poll(), "the drag source ended")
+            for line in self.screen.output("wmctrl", "-l", "-p", "-G").decode(errors="replace").splitlines():
+                parts = line.split(None, 8)
+                if int(parts[2]) == process.pid:
+                    x, y, width, height = (int(part) for part in parts[3:7])
+                    return x + width // 2, y + height // 2
+            return None
+
+        def said():
+            with open(words, encoding="utf-8") as text:
+                return text.read().split()
+        return driver.wait_until(find, "the drag source"), said, end
+
+    def drag(self, app, *paths):
+        """Drags the files to the middle of the picture; the program has dealt with them when this returns."""
+        start, said, end_source = self.source(*paths)
+
+        def begin():
+            # A window that has just come up may miss a press.
+            begun = said().count("begun")
+            self.screen.xdotool("mouseup", 1)
+            self.screen.xdotool("mousemove", *start)
+            self.screen.xdotool("mousedown", 1)
+            return self.happens(lambda: said().count("begun") > begun)
+
+        def drop():
+            driver.wait_until(begin, "the drag to begin")
+            x, y, width, height = app.canvas()
+            for step in range(20):
+                self.screen.xdotool("mousemove", x + width // 2 + step, y + height // 2)
+            self.screen.xdotool("mouseup", 1)
+            driver.wait_until(lambda: said()[-1] in ("dropped", "lost"), "the drag to end")
+            # It gets lost where the program has not yet said that it takes files.
+            return said()[-1] == "dropped"
+        driver.wait_until(drop, "the files to be taken")
+        end_source()
+
+    def happens(self, condition):
+        try:
+            return driver.wait_until(condition, "", 2)
+        except driver.Timeout:
+            return False
+
+    def wait_bar(self, app, height):
+        """Waits until one more bar has taken from the picture's height; the bar as it looks."""
+        def find():
+            x, y, width, now = app.canvas()
+            return (x, y, width, now) if now < height else None
+        x, y, width, now = driver.wait_until(find, "a bar")
+        app.still_shot()
+        # It came under those before and under the hint line.
+        bottom = self.place(app.main_window())
+        return self.screen.shot().crop(x, bottom[1] + bottom[3] - (height - now), width, height - now)
+
+    def test_a_video_is_opened(self):
+        path = self.copy("plain.mp4", "Ärger & mehr %20 clip.mp4")
+        app = self.program()
+        self.drag(app, path)
+        app.wait_number(1)
+        self.assertEqual(app.title(), "Tarvex Shroud - " + path)
+
+    def test_an_ending_in_upper_case_is_a_video_too(self):
+        path = self.copy("odd_321x181.mov", "CLIP.MOV")
+        app = self.program()
+        self.drag(app, path)
+        app.wait_number(1, (321, 181))
+        self.assertEqual(app.title(), "Tarvex Shroud - " + path)
+
+    def test_one_video_takes_the_place_of_another(self):
+        app = self.program("--video", os.path.join(driver.options.media, "plain.mp4"))
+        app.wait_number(1)
+        path = self.copy("odd_321x181.mov", "second.mov")
+        self.drag(app, path)
+        driver.wait_until(lambda: app.title() == "Tarvex Shroud - " + path, "the second video")
+        app.wait_number(1, (321, 181))
+
+    def test_refused_drops_stack_their_bars(self):
+        video = self.copy("plain.mp4", "one.mp4")
+        app = self.program()
+        bars = []
+        for files in ((video, self.copy("plain.mp4", "two.mp4")), (self.folder,), (self.write("notes.txt", "x"),)):
+            height = app.canvas()[3]
+            self.drag(app, *files)
+            bars.append(self.wait_bar(app, height))
+        self.assertTrue(bars[1].same_as(bars[2]), "a folder and a text are no videos")
+        self.assertFalse(bars[0].same_as(bars[1]), "two files have a message of their own")
+        self.assertEqual(app.titles(), ["Tarvex Shroud"])
+        self.drag(app, video)
+        app.wait_number(1)
+
+    def test_a_video_by_its_name_only_is_an_error_box(self):
+        app = self.program()
+        self.drag(app, self.write("text.mp4", "no video"))
+        driver.wait_until(lambda: "Error" in app.titles(), "the error box")
+        self.screen.xdotool("key", "Return")
+        driver.wait_until(lambda: app.titles() == ["Tarvex Shroud"], "the box to close")
+
+
+if __name__ == "__main__":
+    driver.main()

@@ -1,0 +1,219 @@
+"""The start of the program: command line, folders, logs, languages, and the window that it opens."""
+
+import glob
+import os
+import re
+import shutil
+
+import driver
+import menus
+
+
+class Start(menus.MenuTest):
+    def logs(self, home):
+        return sorted(glob.glob(os.path.join(home, ".config", "Tarvex Shroud", "*.log")))
+
+    def test_first_run_writes_the_four_defaults_and_a_log(self):
+        app = self.start()
+        app.main_window()
+        self.assertEqual(self.config(app), {"gpu": "1", "preblursec": "1", "userlang": "0", "lang": "0"})
+        logs = self.logs(app.home)
+        self.assertEqual(len(logs), 1)
+        self.assertRegex(os.path.basename(logs[0]), r"^\d{4}-\d\d-\d\dT\d\d_\d\d_\d\d\.log$")
+        app.wait_log(r"^\[AI\] Could not find Doriq.dll$")
+        self.assertEqual(app.title(), "Tarvex Shroud")
+        self.assertEqual(app.console().count("[Message]"), 0)
+        self.assertEqual(app.close(), 0)
+
+    def test_settings_of_an_earlier_run_stay_and_a_deleted_file_comes_back(self):
+        home = self.home()
+        folder = os.path.join(home, ".config", "Tarvex Shroud")
+        os.makedirs(folder)
+        with open(os.path.join(folder, "config.ini"), "w", encoding="utf-8") as file:
+            file.write("gpu=0\npreblursec=4\nuserlang=0\nlang=0\n")
+        app = self.start(home=home)
+        app.main_window()
+        self.assertEqual(self.config(app)["preblursec"], "4")
+        self.assertEqual(app.close(), 0)
+        os.remove(os.path.join(folder, "config.ini"))
+        app = self.start(home=home)
+        app.main_window()
+        self.assertEqual(self.config(app)["preblursec"], "1")
+
+    def test_of_ten_old_logs_the_oldest_goes(self):
+        home = self.home()
+        folder = os.path.join(home, ".config", "Tarvex Shroud")
+        os.makedirs(folder)
+        for number in range(10):
+            path = os.path.join(folder, "old%d.log" % number)
+            with open(path, "w", encoding="utf-8"):
+                pass
+            os.utime(path, (1000000 + number, 1000000 + number))
+        app = self.start(home=home)
+        app.wait_log(r"^Deleted old log file: .*/old0\.log$")
+        names = [os.path.basename(path) for path in self.logs(home)]
+        self.assertEqual(len(names), 10)
+        self.assertNotIn("old0.log", names)
+        self.assertIn("old1.log", names)
+
+    def test_a_data_folder_that_cannot_be_made_does_not_stop_the_start(self):
+        home = self.home()
+        with open(os.path.join(home, ".config"), "w", encoding="utf-8"):
+            pass
+        app = self.start("--video", os.path.join(driver.options.media, "plain.mp4"), home=home)
+        # Its reason is told once; playing, whose lines would go to the log file, tells nothing.
+        self.key_in(app, "Tarvex Shroud Error", "Return")
+        app.wait_number(1)
+        self.assertEqual(app.title(), "Tarvex Shroud - %s/plain.mp4" % driver.options.media)
+        app.click(*app.play_button())
+        app.wait_shot(lambda picture: (app.number(picture) or 0) > 10, "playing on")
+        app.click(*app.play_button())
+        app.still_shot()
+        self.assertEqual(app.titles(), [app.title()])
+        self.assertEqual(app.close(), 0)
+
+    def test_both_names_of_the_option_open_a_video(self):
+        for option in ("-v", "--video"):
+            app = self.start(option, os.path.join(driver.options.media, "plain.mp4"))
+            app.wait_number(1)
+            self.assertIn("[Message] Loading video from parameter: %s/plain.mp4\n" % driver.options.media,
+                          app.console())
+            self.assertEqual(app.title(), "Tarvex Shroud - %s/plain.mp4" % driver.options.media)
+            self.assertEqual(app.close(), 0)
+
+    def test_a_missing_video_opens_the_empty_window_without_a_word(self):
+        app = self.start("--video", "/no/such/file.mp4")
+        app.main_window()
+        app.wait_log(r"^\[AI\]")
+        self.assertEqual(app.titles(), ["Tarvex Shroud"])
+        self.assertEqual(app.console().count("[Message]"), 0)
+
+    def test_an_unreadable_video_is_an_error_box(self):
+        app = self.start("--video", os.path.join(driver.options.media, "text.mp4"))
+        self.key_in(app, "Error", "Return")
+        self.wait_no_title(app, "Error")
+        self.assertEqual(app.titles(), ["Tarvex Shroud"])
+        app.wait_log(r"^Error: \[DecoderFFMPEG\] Invalid data found")
+        self.assertEqual(app.close(), 0)
+
+    def test_a_wrong_command_line_shows_the_usage_and_the_window(self):
+        app = self.start("--nonsense")
+        app.main_window()
+        usage = "Usage: tarvex_shroud [-v <str>]\n  -v, --video=<str>\tFile to open\n"
+        driver.wait_until(lambda: usage in app.console(), "the usage text")
+        self.assertIn("Unknown long option 'nonsense'", app.console())
+        self.assertEqual(app.titles(), ["Tarvex Shroud"])
+
+    def test_a_name_beyond_ascii_is_opened_in_the_c_locale(self):
+        home = self.home()
+        path = os.path.join(home, "Ärger 中文.mp4")
+        shutil.copy(os.path.join(driver.options.media, "plain.mp4"), path)
+        app = self.start_in_locale("C", path, home)
+        app.wait_number(1)
+        self.assertIn("Ärger 中文.mp4", app.title())
+
+    def start_in_locale(self, locale, path, home):
+        wrapper = os.path.join(home, "start")
+        with open(wrapper, "w", encoding="utf-8") as file:
+            file.write("#!/bin/sh\nexec env LC_ALL=%s %s --video '%s'\n" % (locale, driver.options.program, path))
+        os.chmod(wrapper, 0o755)
+        program, driver.options.program = driver.options.program, wrapper
+        try:
+            return self.start(home=home)
+        finally:
+            driver.options.program = program
+
+    def test_two_starts_within_a_second_share_a_log(self):
+        def share():
+            home = self.home()
+            apps = [self.start(home=home), self.start(home=home)]
+            for app in apps:
+                app.main_window()
+            names = self.logs(home)
+            for app in apps:
+                self.assertEqual(app.close(), 0)
+            # Now and then a second begins between the two.
+            return names if len(names) == 1 else None
+        name, = driver.wait_until(share, "two starts within the same second", 300)
+        with open(name, encoding="utf-8") as file:
+            lines = file.read().splitlines()
+        self.assertEqual(len([line for line in lines if line.endswith("[AI] Could not find Doriq.dll")]), 2)
+        for line in lines:
+            self.assertRegex(line, r"^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d: ", "no line is torn")
+
+    def test_the_steps_come_in_their_order(self):
+        home = self.home()
+        folder = os.path.join(home, ".config", "Tarvex Shroud")
+        os.makedirs(folder)
+        for number in range(10):
+            with open(os.path.join(folder, "old%d.log" % number), "w", encoding="utf-8"):
+                pass
+        app = self.start("--video", os.path.join(driver.options.media, "plain.mp4"), home=home)
+        app.wait_number(1)
+        app.wait_log(r"Seek to frame 1$")
+        lines = [line for line in app.log() if re.search(r"^Deleted old|^\[AI\]|\[VideoPlayerThread\] created", line)]
+        self.assertEqual([line.split()[0] for line in lines], ["Deleted", "[AI]", "[VideoPlayerThread]"])
+
+    def test_a_log_file_that_cannot_be_opened_is_told(self):
+        home = self.home()
+        folder = os.path.join(home, ".config", "Tarvex Shroud")
+        os.makedirs(os.path.dirname(folder))
+        os.symlink("/proc", folder)
+        app = self.start(home=home)
+        self.key_in(app, "Tarvex Shroud Error", "Return")
+        self.wait_no_title(app, "Tarvex Shroud Error")
+        self.assertEqual(app.titles(), ["Tarvex Shroud"])
+
+    # --- the window
+
+    def properties(self, app):
+        return self.screen.output("xprop", "-id", str(app.main_window()), "WM_CLASS", "_NET_WM_ICON",
+                                  "WM_NORMAL_HINTS").decode(errors="replace")
+
+    def test_the_window_has_its_size_icon_and_class(self):
+        app = self.start()
+        _, _, width, height = self.place(app.main_window())
+        frame = self.screen.output("xprop", "-id", str(app.main_window()), "_NET_FRAME_EXTENTS").decode()
+        left, right, top, bottom = (int(number) for number in re.findall(r"\d+", frame))
+        self.assertEqual((width + left + right, height + top + bottom), (800, 580))
+        text = self.properties(app)
+        with open(os.path.join(os.path.dirname(__file__), "..", "..", "packaging", "tarvex_shroud.desktop"),
+                  encoding="utf-8") as entry:
+            wanted = re.search(r"^StartupWMClass=(.*)$", entry.read(), re.MULTILINE).group(1)
+        self.assertIn(wanted, re.findall(r'"([^"]*)"', text.split("WM_CLASS", 1)[1].split("\n", 1)[0]))
+        self.assertRegex(text, r"_NET_WM_ICON\(CARDINAL\)")
+        self.assertNotIn("not found", text)
+
+    # --- languages
+
+    def test_the_systems_language_is_taken_when_it_has_texts_and_english_otherwise(self):
+        for language, title in (("de", "Videodatei öffnen"), ("de_AT:en", "Videodatei öffnen"),
+                                ("eo", "Open video file")):
+            app = self.start(env={"LANGUAGE": language})
+            app.main_window()
+            app.key("ctrl+o")
+            self.key_in(app, title, "Escape")
+            self.wait_no_title(app, title)
+            self.assertEqual(app.close(), 0)
+
+    def test_a_language_read_from_the_right_mirrors_the_menus_but_not_the_picture(self):
+        app = self.open("plain.mp4", env={"LANGUAGE": "ar"})
+        app.wait_number(1)
+        app.move_window(60, 60)
+        self.screen.xdotool("mousemove", 1, 1)
+        clear = app.still_shot()
+        app.click(*app.at(80, 120))
+        app.wait_log(r"New Blur id:0 ")
+        self.screen.xdotool("mousemove", 1, 1)
+        picture = app.wait_shot(lambda shot: not shot.same_as(clear), "the blur")
+        changed = [x for x in range(0, 320) if app.pixel_at(picture, x, 120) != app.pixel_at(clear, x, 120)]
+        self.assertTrue(changed)
+        self.assertLess(max(changed), 160, "in the half that was clicked")
+        x, y, width, _ = self.place(app.main_window())
+        before = self.popups()
+        self.click_at(x + width - menus.MENU_LEFT["File"], y + menus.MENU_MIDDLE)
+        self.new_popup(before)
+
+
+if __name__ == "__main__":
+    driver.main()
