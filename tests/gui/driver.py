@@ -149,8 +149,9 @@ class App:
         self.own_home = home is None
         self.home = home or tempfile.mkdtemp(prefix="shroud-gui-")
         self.env = dict(screen.env, HOME=self.home, XDG_CONFIG_HOME=os.path.join(self.home, ".config"),
-                        XDG_CACHE_HOME=os.path.join(self.home, ".cache"), LC_ALL="C.UTF-8",
+                        XDG_CACHE_HOME=os.path.join(self.home, ".cache"), LC_ALL=os.environ.get("LC_ALL", "C.UTF-8"),
                         GDK_SCALE=str(scale), NO_AT_BRIDGE="1", **(env or {}))
+        self.env.setdefault("LANGUAGE", "en")
         self.console_path = os.path.join(self.home, "console.txt")
         with open(self.console_path, "wb") as console:
             self.process = subprocess.Popen([options.program] + list(arguments), env=self.env, cwd=self.home,

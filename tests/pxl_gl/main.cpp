@@ -1,5 +1,7 @@
 #include "gl_test.h"
 
+#include <clocale>
+
 #include "pxl/gl_startup.h"
 #include "support/gl_context.h"
 
@@ -34,6 +36,7 @@ void lookUpReplacedEntryPoints() {
 } // namespace
 
 int main(int argc, char** argv) {
+    std::setlocale(LC_ALL, "");
     testing::InitGoogleTest(&argc, argv);
     test::noContextReason = test::makeOffscreenContextCurrent();
     if (test::noContextReason.empty() && !pxl::startGraphics())

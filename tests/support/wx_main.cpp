@@ -6,11 +6,14 @@
 #include <wx/init.h>
 #include <wx/log.h>
 
+#include "platform.h"
 #include "workerend.h"
 
 /// Tests of the engine run with the library initialised but without an application object.
 int main(int argc, char** argv) {
-    std::setlocale(LC_CTYPE, "C.UTF-8");
+    // What the GUI library takes from the environment, and what the programs then set for themselves.
+    std::setlocale(LC_ALL, "");
+    platform::setTextEncoding();
     testing::InitGoogleTest(&argc, argv);
     wxInitializer initializer;
     if (!initializer.IsOk()) {
