@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "support/log_capture.h"
+#include "support/media_probe.h"
 #include "support/paths.h"
 #include "support/temp_folder.h"
 
@@ -313,8 +314,9 @@ TEST_F(Settings, ProcessesWritingAtOnceLoseNothing) {
     for (int writer = 1; writer <= 4; ++writer)
         processes.emplace_back([writer] {
             const std::string command =
-                "SHROUD_TEST_WRITER=" + std::to_string(writer) + " '" + test::binDir() +
-                "/core_tests' --gtest_filter=SettingsWriter.* --gtest_also_run_disabled_tests >/dev/null";
+                "SHROUD_TEST_WRITER=" + std::to_string(writer) + " " +
+                test::quoted(wxString::FromUTF8(test::binDir() + "/core_tests")) +
+                " --gtest_filter=SettingsWriter.* --gtest_also_run_disabled_tests >/dev/null";
             EXPECT_EQ(std::system(command.c_str()), 0);
         });
     for (std::thread& process : processes)

@@ -166,7 +166,8 @@ TEST_F(BatchFailure, ReadOnlyOutputIsLeftAlone) {
 
 TEST_F(BatchFailure, UnwritableStandardOutputIsTold) {
     for (const std::string& arguments :
-         {std::string("--help"), std::string("--version"), "--info '" + media("two_frames.mp4") + "'"}) {
+         {std::string("--help"), std::string("--version"),
+          "--info " + test::quoted(wxString::FromUTF8(media("two_frames.mp4")))}) {
         test::ProcessStart how = start({});
         how.arguments = {"-c", "\"$0\" " + arguments + " > /dev/full", how.program};
         how.program = "/bin/bash";

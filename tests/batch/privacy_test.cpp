@@ -215,8 +215,9 @@ TEST(PrivacyCheck, SeesWhatSourcesSay) {
     folder.write("tail.mp4", test::readFile(test::mediaDir() + "/plain.mp4") + "more");
     EXPECT_THAT(test::privacyFaults(folder.file("tail.mp4")),
                 testing::Contains(testing::HasSubstr("bytes of 4")));
-    test::outputOf("ffmpeg -nostdin -y -i '" + test::mediaDir() +
-                   "/plain.mp4' -c copy -metadata title=A -metadata creation_time=2001-02-03T04:05:06Z "
+    test::outputOf("ffmpeg -nostdin -y -i " +
+                   test::quoted(wxString::FromUTF8(test::mediaDir() + "/plain.mp4")) +
+                   " -c copy -metadata title=A -metadata creation_time=2001-02-03T04:05:06Z "
                    "-metadata:s:v handler_name=B '" +
                    folder.file("told.mp4") + "'");
     EXPECT_THAT(test::privacyFaults(folder.file("told.mp4")),

@@ -2,6 +2,7 @@
 #include <array>
 #include <cstdio>
 #include <filesystem>
+#include <regex>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -35,7 +36,7 @@ protected:
     /// Runs the command with the arguments as a shell reads them; standard error included.
     static Outcome run(const std::string& arguments) {
         const std::string command =
-            "'" + test::binDir() + "/tarvex_shroud_install_model' " + arguments + " 2>&1";
+            word(test::binDir() + "/tarvex_shroud_install_model") + " " + arguments + " 2>&1";
         std::FILE* pipe = popen(command.c_str(), "r");
         Outcome outcome{-1, {}};
         if (!pipe)
@@ -46,7 +47,11 @@ protected:
         outcome.status = WEXITSTATUS(pclose(pipe));
         return outcome;
     }
-    Outcome installFolder() const { return run("'" + file("") + "'"); }
+    /// `text` as one word of a shell command.
+    static std::string word(const std::string& text) {
+        return "'" + std::regex_replace(text, std::regex("'"), "'\\''") + "'";
+    }
+    Outcome installFolder() const { return run(word(file(""))); }
 
     void expectNothingInstalled() const { EXPECT_FALSE(fs::exists(folder.path())); }
 
@@ -69,7 +74,7 @@ TEST_F(InstallModel, PutsLibraryAndModelWhereTheApplicationLooks) {
 
 TEST_F(InstallModel, TakesTheThreeFilesInAnyOrder) {
     const Outcome outcome =
-        run("'" + file("mine.weights") + "' '" + file("mine.names") + "' '" + file("mine.cfg") + "'");
+        run(word(file("mine.weights")) + " " + word(file("mine.names")) + " " + word(file("mine.cfg")));
     ASSERT_EQ(outcome.status, 0) << outcome.text;
     EXPECT_TRUE(fs::exists(folder.modelDir() + "/model.weights"));
 }
@@ -84,12 +89,12 @@ TEST_F(InstallModel, ReplacesAnEarlierModelWhole) {
     EXPECT_EQ(test::readFile(folder.modelDir() + "/model.weights"), model.weights);
     // And once more from the installed files themselves.
     fs::remove(folder.modelDir() + "/notes.txt");
-    ASSERT_EQ(run("'" + folder.modelDir() + "'").status, 0);
+    ASSERT_EQ(run(word(folder.modelDir())).status, 0);
     EXPECT_EQ(test::readFile(folder.modelDir() + "/model.weights"), model.weights);
 }
 
 TEST_F(InstallModel, CheckingInstallsNothing) {
-    const Outcome outcome = run("--check '" + file("") + "'");
+    const Outcome outcome = run("--check " + word(file("")));
     EXPECT_EQ(outcome.status, 0) << outcome.text;
     expectNothingInstalled();
 }
@@ -139,14 +144,14 @@ TEST_F(InstallModel, RefusesABrokenNetwork) {
 }
 
 TEST_F(InstallModel, RefusesALibraryThatIsNone) {
-    const Outcome text = run("--library '" + file("mine.cfg") + "' '" + file("") + "'");
+    const Outcome text = run("--library " + word(file("mine.cfg")) + " " + word(file("")));
     EXPECT_EQ(text.status, 1);
     EXPECT_THAT(text.text, HasSubstr("can't be loaded"));
     const Outcome half =
-        run("--library '" + test::testLibrary("fake_doriq_without_destroyer") + "' '" + file("") + "'");
+        run("--library " + word(test::testLibrary("fake_doriq_without_destroyer")) + " " + word(file("")));
     EXPECT_EQ(half.status, 1);
     EXPECT_THAT(half.text, HasSubstr("is no detection library"));
-    const Outcome none = run("--library /nowhere/Doriq.so '" + file("") + "'");
+    const Outcome none = run("--library /nowhere/Doriq.so " + word(file("")));
     EXPECT_EQ(none.status, 1);
     EXPECT_THAT(none.text, HasSubstr("/nowhere/Doriq.so does not exist"));
     expectNothingInstalled();
