@@ -148,10 +148,11 @@ class App:
         self.scale = scale
         self.own_home = home is None
         self.home = home or tempfile.mkdtemp(prefix="shroud-gui-")
+        # Texts in English, whatever the locale.
         self.env = dict(screen.env, HOME=self.home, XDG_CONFIG_HOME=os.path.join(self.home, ".config"),
-                        XDG_CACHE_HOME=os.path.join(self.home, ".cache"), LC_ALL=os.environ.get("LC_ALL", "C.UTF-8"),
-                        GDK_SCALE=str(scale), NO_AT_BRIDGE="1", **(env or {}))
-        self.env.setdefault("LANGUAGE", "en")
+                        XDG_CACHE_HOME=os.path.join(self.home, ".cache"), LANGUAGE="en_US",
+                        LC_ALL=os.environ.get("LC_ALL", "C.UTF-8"), GDK_SCALE=str(scale), NO_AT_BRIDGE="1")
+        self.env.update(env or {})
         self.console_path = os.path.join(self.home, "console.txt")
         with open(self.console_path, "wb") as console:
             self.process = subprocess.Popen([options.program] + list(arguments), env=self.env, cwd=self.home,

@@ -189,7 +189,7 @@ class Start(menus.MenuTest):
     def test_the_systems_language_is_taken_when_it_has_texts_and_english_otherwise(self):
         for language, title in (("de", "Videodatei öffnen"), ("de_AT:en", "Videodatei öffnen"),
                                 ("eo", "Open video file")):
-            app = self.start(env={"LANGUAGE": language})
+            app = self.start(env={"LANGUAGE": language, "LC_ALL": "C.UTF-8"})
             app.main_window()
             app.key("ctrl+o")
             self.key_in(app, title, "Escape")
@@ -197,7 +197,7 @@ class Start(menus.MenuTest):
             self.assertEqual(app.close(), 0)
 
     def test_a_language_read_from_the_right_mirrors_the_menus_but_not_the_picture(self):
-        app = self.open("plain.mp4", env={"LANGUAGE": "ar"})
+        app = self.open("plain.mp4", env={"LANGUAGE": "ar", "LC_ALL": "C.UTF-8"})
         app.wait_number(1)
         app.move_window(60, 60)
         self.screen.xdotool("mousemove", 1, 1)
