@@ -1,6 +1,8 @@
+#include <array>
 #include <atomic>
 #include <cstdlib>
 #include <memory>
+#include <vector>
 
 #include <wx/frame.h>
 #include <wx/weakref.h>
@@ -141,3 +143,31 @@ TEST_P(CanvasRounds, TheCanvasIsDestroyed) {
 }
 
 INSTANTIATE_TEST_SUITE_P(During, CanvasRounds, testing::ValuesIn(kDoings), nameOf);
+
+TEST(CanvasWindow, TwoOfThemDrawSideBySide) {
+    const test::LogCapture log;
+    testing::internal::CaptureStdout();
+    std::vector<wxFrame*> windows;
+    // Shared with the handlers, which live as long as the windows.
+    const auto paints = std::make_shared<std::array<int, 2>>();
+    for (std::size_t i = 0; i < 2; ++i) {
+        auto* window = windows.emplace_back(
+            new wxFrame(nullptr, wxID_ANY, "canvas", wxDefaultPosition, wxSize(500, 400)));
+        auto* canvas = new VideoCanvas2(window, wxID_ANY, wxDefaultPosition, wxDefaultSize);
+        canvas->Bind(wxEVT_PAINT, [paints, i](wxPaintEvent& event) {
+            ++(*paints)[i];
+            event.Skip();
+        });
+        window->Show();
+    }
+    for (int round = 0; round < 3; ++round) {
+        const std::array<int, 2> before = *paints;
+        for (wxFrame* window : windows)
+            window->Refresh();
+        EXPECT_TRUE(test::runUntil([&] { return (*paints)[0] > before[0] && (*paints)[1] > before[1]; }));
+    }
+    for (wxFrame* window : windows)
+        window->Destroy();
+    test::runPending();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << "what the graphics driver says";
+}
