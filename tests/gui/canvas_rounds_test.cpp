@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <wx/frame.h>
 #include <wx/weakref.h>
 
@@ -169,5 +170,5 @@ TEST(CanvasWindow, TwoOfThemDrawSideBySide) {
     for (wxFrame* window : windows)
         window->Destroy();
     test::runPending();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << "what the graphics driver says";
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::Not(testing::HasSubstr("GL_INVALID")));
 }
