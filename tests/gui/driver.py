@@ -148,10 +148,14 @@ class App:
         self.scale = scale
         self.own_home = home is None
         self.home = home or tempfile.mkdtemp(prefix="shroud-gui-")
-        # Texts in English, whatever the locale.
         self.env = dict(screen.env, HOME=self.home, XDG_CONFIG_HOME=os.path.join(self.home, ".config"),
-                        XDG_CACHE_HOME=os.path.join(self.home, ".cache"), LANGUAGE="en_US",
-                        LC_ALL=os.environ.get("LC_ALL", "C.UTF-8"), GDK_SCALE=str(scale), NO_AT_BRIDGE="1")
+                        XDG_CACHE_HOME=os.path.join(self.home, ".cache"), GDK_SCALE=str(scale), NO_AT_BRIDGE="1")
+        # The locale the tests were started in, but English texts (see tests/locales).
+        locale = self.env.setdefault("LC_ALL", "C.UTF-8")
+        if not locale.startswith("C"):
+            del self.env["LC_ALL"]
+            self.env.update(LANG=locale, LC_MESSAGES="en_US.UTF-8")
+        self.env.pop("LANGUAGE", None)
         self.env.update(env or {})
         self.console_path = os.path.join(self.home, "console.txt")
         with open(self.console_path, "wb") as console:
