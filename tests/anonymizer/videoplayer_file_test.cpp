@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <random>
 #include <thread>
 
@@ -6,6 +7,7 @@
 #include "support/counter_clip.h"
 #include "support/paths.h"
 #include "support/player_fixture.h"
+#include "support/temp_folder.h"
 
 namespace {
 
@@ -67,6 +69,24 @@ TEST_F(VideoPlayerFile, PlaysEveryFrameOnceInOrder) {
         expected.push_back("frame " + std::to_string(frame));
     expected.push_back("Stopped");
     EXPECT_EQ(events.lines(), expected);
+}
+
+TEST_F(VideoPlayerFile, AFileThatIsCutWhileItPlaysEndsThere) {
+    const test::TempFolder folder;
+    const std::string path = folder.write("cut.mp4", test::readFile(clip("sample.mp4").utf8_string()));
+    wxString error;
+    ASSERT_TRUE(player->open(wxString::FromUTF8(path), error)) << error;
+    ASSERT_TRUE(events.waitFor("ready"));
+    events.clear();
+    std::filesystem::resize_file(std::filesystem::u8path(path), 200000);
+    player->seek(1);
+    player->play(25);
+    ASSERT_TRUE(events.waitFor("Playing"));
+    ASSERT_TRUE(events.waitFor("Stopped"));
+    player->seek(static_cast<int>(player->info().frameCount));
+    player->seek(1);
+    ASSERT_TRUE(events.waitFor("frame 1"));
+    EXPECT_EQ(events.count("frame " + std::to_string(player->info().frameCount)), 0u);
 }
 
 TEST_F(VideoPlayerFile, SeekStormEndsOnTheLastPosition) {
