@@ -32,6 +32,8 @@ namespace {
 
 constexpr int kMinimumSide = 128;
 constexpr int kHintBorder = 8;
+/// Less than the smallest window has inside its frame, more than a window has before its first layout.
+constexpr int kNarrowestContents = 64;
 const wxColour kBackground(32, 32, 32);
 constexpr size_t kAllLines = std::numeric_limits<size_t>::max();
 
@@ -138,7 +140,17 @@ void MainFrame::onReset() {
     refreshPicture();
 }
 
+bool MainFrame::isLaidOut() const {
+    return std::min(GetClientSize().x, bottomPanel_->GetClientSize().x) >= kNarrowestContents;
+}
+
 void MainFrame::showHint(const wxString& text) {
+    if (!isLaidOut()) {
+        hintShown_ = text;
+        hintWidth_ = 0;
+        hintLine_->SetLabelText(text);
+        return;
+    }
     const int width = bottomPanel_->GetClientSize().x;
     fitBars();
     // In a small window the controls and a strip of picture come before the last lines of a long hint.
@@ -168,7 +180,7 @@ int MainFrame::barsHeight() const {
 
 void MainFrame::fitBars() {
     const int width = GetClientSize().x;
-    if (width == barsWidth_)
+    if (width == barsWidth_ || !isLaidOut())
         return;
     barsWidth_ = width;
     for (const Bar& bar : bars_)
@@ -181,7 +193,8 @@ void MainFrame::fitBar(const Bar& bar) {
         if (auto* label = dynamic_cast<wxStaticText*>(child)) {
             const int around = bar.window->GetSizer()->CalcMin().x - label->GetBestSize().x;
             label->SetLabelText(
-                fitText(*label, bar.text, std::max(GetClientSize().x - around, 1), kAllLines));
+                isLaidOut() ? fitText(*label, bar.text, std::max(GetClientSize().x - around, 1), kAllLines)
+                            : bar.text);
         }
 }
 

@@ -107,6 +107,8 @@ private:
     void endWorker();
     void closeVideo();
     void readyVideo();
+    /// False until the window has its first real size: no text fits into what it has before.
+    bool isLaidOut() const;
     /// Pixels that the bars under the picture take.
     int barsHeight() const;
     /// Breaks the bars' texts for the window's width.
