@@ -3,6 +3,8 @@
 #include <condition_variable>
 #include <mutex>
 
+#include <wx/log.h>
+
 namespace workerend {
 namespace {
 
@@ -40,8 +42,11 @@ void begin() {
 }
 
 void wait(std::chrono::milliseconds limit) {
-    std::unique_lock<std::mutex> lock(threads().mutex);
-    threads().changed.wait_for(lock, limit, [] { return threads().ending == 0; });
+    {
+        std::unique_lock<std::mutex> lock(threads().mutex);
+        threads().changed.wait_for(lock, limit, [] { return threads().ending == 0; });
+    }
+    wxLog::FlushActive();
 }
 
 } // namespace workerend

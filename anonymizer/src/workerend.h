@@ -10,7 +10,8 @@ namespace workerend {
 void begin();
 
 /// Returns once every thread that called `begin` has unwound its stack, after `limit` at the latest. Does not
-/// wait for workers that are still at work. Main thread, before the program ends.
+/// wait for workers that are still at work. Then their log lines are written: the log keeps those of a thread
+/// for the event loop, which has ended by then. Main thread, before the program ends.
 void wait(std::chrono::milliseconds limit);
 
 } // namespace workerend

@@ -133,6 +133,24 @@ TEST_F(LogPruning, AFileThatCannotBeRemovedIsToldAndDoesNotStopTheOthers) {
     EXPECT_EQ(countLogs(), 12);
 }
 
+TEST_F(LogPruning, FilesThatCanBeRemovedGoAfterOneThatCannot) {
+    makeLogs(13);
+    for (const int number : {1, 2})
+        if (!test::giveToOrdinaryUser(folder_.file(name(number))))
+            GTEST_SKIP() << "only the administrator can give a file to another user";
+    // Everyone may write into such a folder, but removes only files of their own.
+    fs::permissions(folder_.path(), fs::perms::all | fs::perms::sticky_bit);
+    {
+        const test::WithoutPrivileges ordinaryUser;
+        delOldLogFiles(folder(), {});
+    }
+    EXPECT_EQ(log_.lines(), (std::vector<std::string>{"Failed to remove log file: " + folder_.file(name(0)),
+                                                      "Deleted old log file: " + folder_.file(name(1)),
+                                                      "Deleted old log file: " + folder_.file(name(2))}));
+    EXPECT_TRUE(exists(name(0)));
+    EXPECT_EQ(countLogs(), 11);
+}
+
 TEST(LogFolder, OneThatCannotBeOpenedIsTold) {
     test::LogCapture log;
     delOldLogFiles("", {});

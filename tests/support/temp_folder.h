@@ -40,6 +40,9 @@ private:
     bool dropped_;
 };
 
+/// Gives a file to the user as whom WithoutPrivileges acts. False unless the administrator runs the tests.
+bool giveToOrdinaryUser(const std::string& path);
+
 /// Sets an environment variable for its life time.
 class Environment {
 public:

@@ -1,0 +1,48 @@
+#include "workerend.h"
+
+#include <chrono>
+#include <future>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <wx/log.h>
+
+namespace {
+
+/// The active log target while it lives. Like the log file it gets the lines of a thread when somebody
+/// flushes them.
+class WrittenLines : public wxLog {
+public:
+    WrittenLines() : before_(wxLog::SetActiveTarget(this)) {}
+    ~WrittenLines() override { wxLog::SetActiveTarget(before_); }
+    WrittenLines(const WrittenLines&) = delete;
+    WrittenLines& operator=(const WrittenLines&) = delete;
+
+    std::vector<std::string> lines;
+
+protected:
+    void DoLogText(const wxString& line) override { lines.push_back(line.utf8_string()); }
+
+private:
+    wxLog* before_;
+};
+
+} // namespace
+
+TEST(WorkerEnd, TheLastLinesOfAWorkerAreWritten) {
+    wxLog::FlushActive();
+    WrittenLines log;
+    std::promise<void> begun;
+    std::thread worker([&begun] {
+        workerend::begin();
+        begun.set_value();
+        wxLogMessage("[Worker] Thread destroyed");
+    });
+    begun.get_future().wait();
+    workerend::wait(std::chrono::seconds(30));
+    worker.join();
+    ASSERT_EQ(log.lines.size(), 1u);
+    EXPECT_NE(log.lines[0].find("[Worker] Thread destroyed"), std::string::npos);
+}
