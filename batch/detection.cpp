@@ -73,7 +73,11 @@ bool detectInto(const Options& options, const video::VideoInfo& info, wxString& 
                                           : reason(report);
         return false;
     }
-    if (report.brokeOff || report.failedFrames > 0) {
+    if (report.brokeOff) {
+        error = "the detection broke off";
+        return false;
+    }
+    if (report.failedFrames > 0) {
         error = reason(report);
         return false;
     }

@@ -77,11 +77,12 @@ void AiWorker::setReport(std::shared_ptr<AiReport> report) {
 wxThread::ExitCode AiWorker::Entry() {
     std::atomic<bool> interrupt{false};
     std::shared_ptr<Decoder_ffmpeg> decoder;
+    bool opened = false;
     guarded([&] {
         decoder = std::make_shared<Decoder_ffmpeg>();
         decoder->setInterrupt(&interrupt);
         // A decoder that failed to open delivers no frames.
-        decoder->open(source_.path);
+        opened = decoder->open(source_.path);
     });
     progress_->start("Tarvex AI", _("Initializing"), progressValue(source_.frameCount));
 
@@ -93,7 +94,8 @@ wxThread::ExitCode AiWorker::Entry() {
     const bool hadDetector = ai::ready();
     ai::destroyDetectors();
     if (report_)
-        *report_ = {hadDetector, !completed, ai::failedFrames(), ai::complaints()};
+        *report_ = {hadDetector, !opened || !completed, unconvertedFrames_ + ai::failedFrames(),
+                    ai::complaints()};
     progress_->finish();
     workerend::begin();
     if (done_)
@@ -112,7 +114,9 @@ bool AiWorker::fillStore(const std::shared_ptr<video::Decoder>& decoder, std::at
     const auto start = Clock::now();
     const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
     // What was found before an exception is extended like everything else.
-    const bool completed = decoder && guarded([&] { detectFrames(decoder, start, interrupt, counter); });
+    bool completed = false;
+    if (decoder)
+        guarded([&] { completed = detectFrames(decoder, start, interrupt, counter); });
     if (preblurSeconds >= 1) {
         progress_->update(progressValue(counter), _("Post-processing"));
         preblur::extendBackward(counter, preblur::lifeInFrames(preblurSeconds, source_.fps));
@@ -120,15 +124,17 @@ bool AiWorker::fillStore(const std::shared_ptr<video::Decoder>& decoder, std::at
     return completed;
 }
 
-void AiWorker::detectFrames(const std::shared_ptr<video::Decoder>& decoder, Clock::time_point lastReport,
+bool AiWorker::detectFrames(const std::shared_ptr<video::Decoder>& decoder, Clock::time_point lastReport,
                             std::atomic<bool>& interrupt, int64_t& counter) {
     // Decoding goes on while the detector works.
     DecodeAhead source(decoder, source_.width, source_.height, interrupt);
     while (const DecodeAhead::Picture* picture = source.next()) {
         if (TestDestroy())
-            break;
+            return true;
         if (picture->converted)
             storeDetections(picture->frameIndex, picture->image);
+        else
+            ++unconvertedFrames_;
         if (counter % kFramesPerReport == 0) {
             const auto now = Clock::now();
             const auto elapsed =
@@ -141,4 +147,9 @@ void AiWorker::detectFrames(const std::shared_ptr<video::Decoder>& decoder, Cloc
         }
         ++counter;
     }
+    // A file that can't be read to its end, or has become another one, ends like any other.
+    if (source_.frameCount <= 0 || counter == source_.frameCount)
+        return true;
+    wxLogError("[AI] The pass saw %s of %s frames", wxString() << counter, wxString() << source_.frameCount);
+    return false;
 }

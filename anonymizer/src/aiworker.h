@@ -24,9 +24,10 @@ struct AiOverrides {
 struct AiReport {
     /// Without one nothing was found.
     bool hadDetector = false;
-    /// An exception ended it early.
+    /// It ended early without having been asked to, or saw another number of frames than the video is known
+    /// to have.
     bool brokeOff = false;
-    /// Frames that the library failed to look at.
+    /// Frames of the pass that nobody looked at: the picture could not be converted or the library failed.
     int64_t failedFrames = 0;
     /// What the library did wrong, each kind once, in words for the log.
     std::vector<wxString> complaints;
@@ -57,18 +58,19 @@ protected:
 private:
     using Clock = std::chrono::steady_clock;
 
-    /// Detection and extension, with the store's mutex held. False when an exception ended the detection;
-    /// what was found is extended all the same. `counter` is the number of frames looked at, right also when
-    /// this throws.
+    /// Detection and extension, with the store's mutex held. False when the detection broke off; what was
+    /// found is extended all the same. `counter` is the number of frames seen, right also when this throws.
     bool fillStore(const std::shared_ptr<video::Decoder>& decoder, std::atomic<bool>& interrupt,
                    int64_t& counter);
-    /// Expects the caller to hold the store's mutex.
-    void detectFrames(const std::shared_ptr<video::Decoder>& decoder, Clock::time_point lastReport,
+    /// True when as many frames as known were seen, or a stop request ended it. Expects the caller to hold
+    /// the store's mutex.
+    bool detectFrames(const std::shared_ptr<video::Decoder>& decoder, Clock::time_point lastReport,
                       std::atomic<bool>& interrupt, int64_t& counter);
 
     std::function<void()> done_;
     video::VideoInfo source_;
     ISafeProgress* progress_;
     AiOverrides overrides_;
+    int64_t unconvertedFrames_ = 0;
     std::shared_ptr<AiReport> report_;
 };

@@ -1,5 +1,6 @@
 #include "aiworker.h"
 
+#include <filesystem>
 #include <future>
 #include <limits>
 #include <mutex>
@@ -220,12 +221,13 @@ TEST_F(AiWorkerPass, AnExceptionReleasesTheStoreAndStillCleansUp) {
         if (isSpeed(call) && call.value == 100)
             throw std::bad_alloc();
     };
-    test::runPass(source, progress, noPreblur());
+    const AiReport report = test::runPass(source, progress, noPreblur());
     EXPECT_TRUE(storeIsFree());
     EXPECT_EQ(folder.fakeCalls().back(), "destroy");
     EXPECT_EQ(progress.calls.back().kind, ProgressCall::kFinish);
     EXPECT_EQ(progress.calls[progress.calls.size() - 2].message, "Cleaning up");
     EXPECT_THAT(log.lines(wxLOG_Error), SizeIs(1));
+    EXPECT_TRUE(report.brokeOff);
     EXPECT_THAT(at(1), SizeIs(1));
 }
 
@@ -257,12 +259,13 @@ TEST_F(AiWorkerPass, AStopRequestEndsTheDetectionAndPostProcessesWhatWasFound) {
     };
     AiOverrides overrides;
     overrides.preblurSeconds = 1;
-    test::runPass(source, progress, overrides, [&](AiWorker& worker) {
+    const AiReport report = test::runPass(source, progress, overrides, [&](AiWorker& worker) {
         firstFrame.get_future().wait();
         worker.Delete();
         stopRequested.set_value();
     });
     EXPECT_EQ(detectionCalls(), 1u);
+    EXPECT_FALSE(report.brokeOff) << "it was asked to end";
     EXPECT_EQ(folder.fakeCalls().back(), "destroy");
     ASSERT_EQ(progress.calls.size(), 6u);
     EXPECT_THAT(progress.calls[3], update(1, "Post-processing"));
@@ -301,12 +304,57 @@ TEST_F(AiWorkerPass, AVideoThatCannotBeOpenedHasNoFramesAndStillCleansUp) {
     source.path = wxString::FromUTF8(folder.configDir() + "/missing.mp4");
     AiOverrides overrides;
     overrides.preblurSeconds = 1;
-    test::runPass(source, progress, overrides);
+    EXPECT_TRUE(test::runPass(source, progress, overrides).brokeOff);
     EXPECT_EQ(detectionCalls(), 0u);
     EXPECT_EQ(folder.fakeCalls().back(), "destroy");
     ASSERT_EQ(progress.calls.size(), 5u);
     EXPECT_THAT(progress.calls[2], update(0, "Post-processing"));
     EXPECT_THAT(progress.calls[3], update(0, "Cleaning up"));
+}
+
+TEST_F(AiWorkerPass, APassOverEveryFrameIsReportedAsWhole) {
+    install("hit 0 10 20 30 40 0.5 0\n");
+    const AiReport report = test::runPass(source, progress, noPreblur());
+    EXPECT_TRUE(report.hadDetector);
+    EXPECT_FALSE(report.brokeOff);
+    EXPECT_EQ(report.failedFrames, 0);
+    EXPECT_THAT(report.complaints, IsEmpty());
+    EXPECT_THAT(log.lines(wxLOG_Error), IsEmpty());
+}
+
+TEST_F(AiWorkerPass, AVideoThatIsCutMeanwhileIsReportedAsBrokenOff) {
+    const std::string video = folder.configDir() + "/cut.mp4";
+    test::writeFile(video, test::readFile(source.path.utf8_string()));
+    source.path = wxString::FromUTF8(video);
+    install("hit 0 10 20 30 40 0.5 0\n");
+    progress.onCall = [&](const ProgressCall& call) {
+        if (isSpeed(call) && call.value == 0)
+            std::filesystem::resize_file(std::filesystem::u8path(video), 100000);
+    };
+    const AiReport report = test::runPass(source, progress, noPreblur());
+    EXPECT_TRUE(report.brokeOff);
+    EXPECT_GE(storedCount(), 1u);
+    EXPECT_LT(storedCount(), static_cast<size_t>(source.frameCount));
+    EXPECT_THAT(log.lines(wxLOG_Error),
+                testing::Contains(MatchesRegex(".AI. The pass saw [0-9]+ of [0-9]+ frames")));
+}
+
+TEST_F(AiWorkerPass, AnotherNumberOfFramesThanKnownIsReportedAsBrokenOff) {
+    install("");
+    const int64_t known = source.frameCount;
+    for (const int64_t stated : {known - 1, known + 1}) {
+        source.frameCount = stated;
+        EXPECT_TRUE(test::runPass(source, progress, noPreblur()).brokeOff) << stated - known;
+    }
+}
+
+TEST_F(AiWorkerPass, FramesThatCannotBeConvertedAreReportedAsFailed) {
+    install("hit 0 10 20 30 40 0.5 0\n");
+    source.width = 0;
+    const AiReport report = test::runPass(source, progress, noPreblur());
+    EXPECT_EQ(report.failedFrames, source.frameCount);
+    EXPECT_FALSE(report.brokeOff);
+    EXPECT_EQ(storedCount(), 0u);
 }
 
 TEST_F(AiWorkerPass, ADescriptionOfNothingIsSurvived) {

@@ -152,6 +152,20 @@ TEST_F(BatchDetect, FramesThatWereNotLookedAtStopTheExport) {
                       ": The detection library failed to detect: this detector always fails");
 }
 
+TEST_F(BatchDetect, AVideoThatIsCutDuringThePassStopsTheExport) {
+    installFake("wait\n");
+    std::filesystem::copy_file(media("plain.mp4"), folder_.file("in.mp4"));
+    test::Process process(start({"--detect", "--detections", "found.csv", "in.mp4", "out.mp4"}));
+    while (aiFolder.fakeCalls().size() < 2 && process.isRunning())
+        std::this_thread::yield();
+    std::filesystem::resize_file(folder_.file("in.mp4"), 100000);
+    test::writeFile(aiFolder.modelDir() + "/model.weights.go", "");
+    const auto result = process.wait();
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_THAT(result.error, HasSubstr("in.mp4: the detection broke off"));
+    EXPECT_EQ(folder_.listing(), "in.mp4");
+}
+
 TEST_F(BatchDetect, WrongRecordsAreAWarning) {
     installFake("hit 0 10 10 60 60 0.9 0\nhit 0 10 10 60 60 nan 0\n");
     const auto result = run({"--detect", media("plain.mp4"), "out.mp4"});

@@ -1,5 +1,6 @@
 #include "mainframe_fixture.h"
 
+#include <filesystem>
 #include <memory>
 #include <mutex>
 
@@ -139,6 +140,17 @@ TEST_F(MainFrameDetection, FramesThatFailedAreCounted) {
     openWith("throw\n");
     detect();
     EXPECT_THAT(bars(), ElementsAre(StartsWith("The detection failed on some frames (")));
+}
+
+TEST_F(MainFrameDetection, AVideoThatHasBecomeShorterIsToldAboutThePassThatSawNotAllOfIt) {
+    openWith("hit 0 10 20 60 60 0.9 0\n");
+    const std::string video = folder_.file("cut.mp4");
+    std::filesystem::copy_file(clip("plain.mp4").utf8_string(), video);
+    frame_->openVideo(wxString::FromUTF8(video));
+    ASSERT_TRUE(test::runUntil([this] { return isReady(); }));
+    std::filesystem::resize_file(video, 100000);
+    detect();
+    EXPECT_THAT(bars(), testing::Contains(StartsWith("The detection broke off.")));
 }
 
 TEST_F(MainFrameDetection, AWindowThatHasToCloseLeavesThePassUnharmed) {

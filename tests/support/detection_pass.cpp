@@ -50,18 +50,21 @@ StoredFrames storedFrames() {
     return blurtrack::store().frames;
 }
 
-void runPass(const video::VideoInfo& source, ProgressLog& progress, const AiOverrides& overrides,
-             const std::function<void(AiWorker&)>& whileRunning) {
+AiReport runPass(const video::VideoInfo& source, ProgressLog& progress, const AiOverrides& overrides,
+                 const std::function<void(AiWorker&)>& whileRunning) {
     // Kept alive by the worker too, which may still be inside the call when the waiting is over.
     const auto done = std::make_shared<std::promise<void>>();
     auto* worker = new AiWorker(source, &progress); // deletes itself
     worker->setOverrides(overrides);
+    const auto report = std::make_shared<AiReport>();
+    worker->setReport(report);
     worker->setDone([done] { done->set_value(); });
     if (worker->Run() != wxTHREAD_NO_ERROR)
         throw std::runtime_error("the pass does not start");
     if (whileRunning)
         whileRunning(*worker);
     done->get_future().wait();
+    return *report;
 }
 
 } // namespace test

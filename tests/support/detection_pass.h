@@ -43,9 +43,9 @@ void resetStore(int64_t lastFrame);
 /// Copy of the store.
 StoredFrames storedFrames();
 
-/// Runs one pass to its end on a thread of its own. `whileRunning` is called on the calling thread, right
-/// after the worker was started.
-void runPass(const video::VideoInfo& source, ProgressLog& progress, const AiOverrides& overrides = {},
-             const std::function<void(AiWorker&)>& whileRunning = {});
+/// Runs one pass to its end on a thread of its own and tells how it went. `whileRunning` is called on the
+/// calling thread, right after the worker was started.
+AiReport runPass(const video::VideoInfo& source, ProgressLog& progress, const AiOverrides& overrides = {},
+                 const std::function<void(AiWorker&)>& whileRunning = {});
 
 } // namespace test
