@@ -6,7 +6,7 @@ build_packages="g++ cmake ninja-build pkg-config gettext
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev
   libopencv-dev ffmpeg libgl1-mesa-dri fonts-dejavu-core"
 
-test_packages="libgtest-dev libgmock-dev libbenchmark-dev python3 libegl1
+test_packages="libgtest-dev libgmock-dev python3 libegl1
   xvfb xauth openbox xdotool wmctrl imagemagick x11-utils"
 
 sanitizer_packages="clang libclang-rt-14-dev"

@@ -11,7 +11,8 @@
 /// `store().mutex` for the whole composite step; none of them locks it. Lock order: the canvas-state mutex
 /// before this one, never the other way round.
 ///
-/// A frame's key is the decoder's frame number, 1 … N. Key 0 exists and stays empty.
+/// A frame's key is the decoder's frame number, 1 … N. Key 0 exists, for the lookups, and is no frame: what a
+/// backward extension leaves there is never shown.
 namespace blurtrack {
 
 /// "No blur": what lookups that find nothing return.

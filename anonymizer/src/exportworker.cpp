@@ -120,6 +120,7 @@ std::shared_ptr<video::Decoder> ExportWorker::openSource(const std::atomic<bool>
                                                          wxString& error) {
     auto decoder = std::make_shared<Decoder_ffmpeg>();
     decoder->setInterrupt(interrupt);
+    readError_ = [raw = decoder.get()] { return raw->readError(); };
     if (!decoder->open(source_.path)) {
         error = decoder->lastError();
         if (error.empty())
@@ -211,8 +212,11 @@ ExportWorker::Outcome ExportWorker::judge(const Encoder_ffmpeg& encoder, bool ca
         return {ExportResult::Cancelled, wxString()};
     if (!openError.empty())
         return {ExportResult::Failed, openError};
-    if (sourceHasChanged())
-        return {ExportResult::Failed, _("The video has changed since it was opened.")};
+    if (sourceHasChanged()) {
+        const wxString readError = readError_ ? readError_() : wxString();
+        return {ExportResult::Failed,
+                readError.empty() ? _("The video has changed since it was opened.") : readError};
+    }
     if (encoder.encodedFrames() == 0)
         return {ExportResult::Failed, _("The video has no frames to export.")};
     return {ExportResult::Success, wxString()};

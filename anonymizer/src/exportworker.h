@@ -85,6 +85,8 @@ private:
     /// An encoder has opened the output file, which emptied it.
     bool touchedOutput_ = false;
     bool outputFailed_ = false;
+    /// Asks the decoder why it could not read on; only while the export runs.
+    std::function<wxString()> readError_;
     /// Number of the frame decoded last.
     int64_t lastFrame_ = 0;
     /// Ends the decoder's reading. Set by any thread.

@@ -133,6 +133,6 @@ void MainFrame::readyVideo() {
                 OnAI(none);
         });
     });
-    for (const wxString& notice : noticesFor(info, player_->hasVariableRate()))
+    for (const wxString& notice : noticesFor(info, player_->isUneven()))
         addBar(notice, wxICON_WARNING, true);
 }

@@ -1,12 +1,14 @@
 #include "settings.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <vector>
 
+#include <wx/file.h>
 #include <wx/fileconf.h>
 #include <wx/filename.h>
 #include <wx/log.h>
@@ -145,16 +147,31 @@ bool save(wxFileConfig& config, const wxString& path) {
     return false;
 }
 
+/// False for a file that is there and can't be read to its end.
+bool isReadable(const wxString& path) {
+    const wxLogNull silence;
+    if (!wxFileName::FileExists(path))
+        return true;
+    wxFile file(path);
+    std::array<char, 4096> part;
+    ssize_t count = file.IsOpened() ? 1 : wxInvalidOffset;
+    while (count > 0)
+        count = file.Read(part.data(), part.size());
+    return count == 0;
+}
+
 /// Loads the file, lets `edit` change it and saves it, alone among all writers. `edit` returns false to leave
-/// the file as it is.
+/// the file as it is; a file that can't be read stays as it is too, with all that it may hold.
 template <class Edit>
 void change(Edit edit) {
     static std::mutex mutex; // where the file system knows no locks, at least the threads are kept apart
     const std::lock_guard<std::mutex> threads(mutex);
     const wxString path = configPath();
     const platform::FolderLock processes(folderPath());
+    // The library takes a file that it can't read for an empty one.
+    const bool wasReadable = isReadable(path);
     const auto config = load(path);
-    if (edit(*config))
+    if (wasReadable && isReadable(path) && edit(*config))
         save(*config, path);
 }
 

@@ -44,7 +44,8 @@ bool VideoPlayer::open(const wxString& path, wxString& error) {
         error = decoder->lastError();
         return false;
     }
-    thread_->setVariableRateQuery([raw = decoder.get()] { return raw->traits().variableRate; });
+    thread_->setUnevenQuery(
+        [raw = decoder.get()] { return raw->traits().variableRate || !raw->readError().empty(); });
     return open(std::move(decoder), error);
 }
 
@@ -58,7 +59,7 @@ bool VideoPlayer::open(std::shared_ptr<video::Decoder> decoder, wxString& error)
         return true;
     }
     thread_->preprocessing = false;
-    thread_->setVariableRateQuery({});
+    thread_->setUnevenQuery({});
     thread_->setDecoder(nullptr);
     error = _("The playback thread could not be started.");
     return false;
@@ -115,6 +116,6 @@ video::VideoInfo VideoPlayer::info() const {
     return thread_->info();
 }
 
-bool VideoPlayer::hasVariableRate() const {
-    return thread_->hasVariableRate();
+bool VideoPlayer::isUneven() const {
+    return thread_->isUneven();
 }

@@ -71,8 +71,8 @@ public:
     /// Delivers exactly frame `frame`, from 1, and ends playing. Returns at once. Of seeks that wait, only
     /// the last is carried out; a number outside the video delivers nothing.
     void seek(int frame);
-    /// A seek has been asked for and its frame is not yet delivered: the last picture is not the one to come.
-    /// Any thread.
+    /// A seek has been asked for and its frame is not yet delivered, or its end not yet told: the last
+    /// picture is not the one to come. Any thread.
     bool isSeekPending() const;
 
     /// Callbacks run on the playback thread with no lock held, one at a time. Each setter may be called from
@@ -96,9 +96,9 @@ public:
     /// Description of the video with the exact frame count; zeros and an empty path before pre-processing has
     /// ended. Any thread.
     video::VideoInfo info() const;
-    /// The frames are not evenly spaced in time, so that playing at a steady rate is only about right. False
-    /// before pre-processing has ended. Any thread.
-    bool hasVariableRate() const;
+    /// The frames are not evenly spaced in time, so that playing at a steady rate is only about right, or the
+    /// file could not be read to its end. False before pre-processing has ended. Any thread.
+    bool isUneven() const;
 
 private:
     std::unique_ptr<VideoPlayerThread> thread_;

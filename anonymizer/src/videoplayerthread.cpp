@@ -41,8 +41,8 @@ void VideoPlayerThread::setDecoder(std::shared_ptr<video::Decoder> decoder) {
     decoder_ = std::move(decoder);
 }
 
-void VideoPlayerThread::setVariableRateQuery(std::function<bool()> query) {
-    variableRateQuery_ = std::move(query);
+void VideoPlayerThread::setUnevenQuery(std::function<bool()> query) {
+    unevenQuery_ = std::move(query);
 }
 
 void VideoPlayerThread::post(playercommand::Command command) {
@@ -84,9 +84,9 @@ video::VideoInfo VideoPlayerThread::info() const {
     return info_;
 }
 
-bool VideoPlayerThread::hasVariableRate() const {
+bool VideoPlayerThread::isUneven() const {
     const std::lock_guard<std::mutex> lock(infoMutex_);
-    return variableRate_;
+    return uneven_;
 }
 
 wxThread::ExitCode VideoPlayerThread::Entry() {
@@ -120,17 +120,18 @@ void VideoPlayerThread::preProcess() {
     decoder_->info(info);
     width_ = info.width;
     height_ = info.height;
-    const bool variableRate = variableRateQuery_ && variableRateQuery_();
+    const bool uneven = unevenQuery_ && unevenQuery_();
     {
         const std::lock_guard<std::mutex> lock(infoMutex_);
         info_ = info;
-        variableRate_ = variableRate;
+        uneven_ = uneven;
     }
     onReady.call();
 }
 
 void VideoPlayerThread::serveNextCommand() {
     setState(Stopped);
+    endOfSeek();
     if (queueSignal_.WaitTimeout(kWaitMilliseconds) != wxSEMA_NO_ERROR)
         return;
 
@@ -155,7 +156,6 @@ void VideoPlayerThread::serveNextCommand() {
     switch (playercommand::type(command)) {
     case playercommand::kSeek:
         seek(playercommand::argument(command));
-        endOfSeek();
         break;
     case playercommand::kPlay:
         playLoop(playercommand::argument(command));

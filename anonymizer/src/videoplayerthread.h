@@ -51,7 +51,7 @@ public:
     /// Before `Run`; null takes the decoder back.
     void setDecoder(std::shared_ptr<video::Decoder> decoder);
     /// Before `Run`: asked once, after the scan, on the playback thread. May be empty.
-    void setVariableRateQuery(std::function<bool()> query);
+    void setUnevenQuery(std::function<bool()> query);
 
     /// Queues a command. Dropped when the thread is not alive. Any thread.
     void post(playercommand::Command command);
@@ -76,8 +76,8 @@ public:
 
     /// Zeros before the scan has ended. Any thread.
     video::VideoInfo info() const;
-    /// False before the scan has ended. Any thread.
-    bool hasVariableRate() const;
+    /// What the query told; false before the scan has ended. Any thread.
+    bool isUneven() const;
 
 protected:
     ExitCode Entry() override;
@@ -108,7 +108,7 @@ private:
     ISafeProgress* progress_;
     VideoPlayer::Pacing pacing_;
     std::shared_ptr<video::Decoder> decoder_;
-    std::function<bool()> variableRateQuery_;
+    std::function<bool()> unevenQuery_;
     int32_t width_ = 0;
     int32_t height_ = 0;
 
@@ -127,5 +127,5 @@ private:
     mutable std::mutex infoMutex_;
     // Guarded by infoMutex_.
     video::VideoInfo info_;
-    bool variableRate_ = false;
+    bool uneven_ = false;
 };

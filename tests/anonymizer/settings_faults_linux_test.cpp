@@ -63,3 +63,16 @@ TEST_F(SettingsFaults, AFailingWriteLeavesTheFileWhole) {
             EXPECT_EQ(settings::readInt("writer1key1"), lasting.empty() ? 1001 : 0);
         }
 }
+
+TEST_F(SettingsFaults, AFileThatCannotBeReadIsLeftAlone) {
+    for (int call = 1; call <= 12; ++call) {
+        SCOPED_TRACE(call);
+        fs::remove_all(root_.path() / "Tarvex Shroud");
+        settings::writeInt("stable", 42);
+        EXPECT_TRUE(writeKeys("SHROUD_FAULT_FILES=config.ini SHROUD_FAULT_READS=1 SHROUD_FAULT_LASTING=1 "
+                              "SHROUD_FAULT_ERROR=" +
+                              std::to_string(EIO) + " SHROUD_FAULT_CALL=" + std::to_string(call)));
+        EXPECT_EQ(listing(), "config.ini ");
+        EXPECT_EQ(settings::readInt("stable"), 42);
+    }
+}

@@ -42,7 +42,7 @@ TEST_F(VideoPlayerFile, SeeksDeliverExactlyTheirFrame) {
     EXPECT_EQ(player->info().frameCount, 248);
     EXPECT_EQ(player->info().width, 320);
     EXPECT_EQ(player->info().height, 180);
-    EXPECT_FALSE(player->hasVariableRate());
+    EXPECT_FALSE(player->isUneven());
     const unsigned seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
@@ -164,7 +164,7 @@ TEST_F(VideoPlayerFile, VideoThatNeverDeliversAFrame) {
 
 TEST_F(VideoPlayerFile, TellsVariableRates) {
     openClip("variable_rate.mp4");
-    EXPECT_TRUE(player->hasVariableRate());
+    EXPECT_TRUE(player->isUneven());
 }
 
 TEST_F(VideoPlayerFile, PathsInAnyScript) {

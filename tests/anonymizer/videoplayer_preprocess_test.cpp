@@ -67,7 +67,7 @@ TEST_F(VideoPlayerPreProcess, DescriptionIsStoredBeforeTheReadyCall) {
     EXPECT_EQ(inReady.height, 2);
     EXPECT_EQ(inReady.fps, 25.0);
     EXPECT_EQ(inReady.path, "/clip.mp4");
-    EXPECT_FALSE(player->hasVariableRate());
+    EXPECT_FALSE(player->isUneven());
 }
 
 TEST_F(VideoPlayerPreProcess, RunsFromOpenUntilItIsDestroyed) {

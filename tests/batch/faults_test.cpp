@@ -148,6 +148,7 @@ TEST_F(BatchFaults, AFailureOfTheSourcesDiskIsTold) {
             }
             EXPECT_EQ(run.result.exitCode, 1);
             expectOneLine(run.result, clip_ + ": ");
+            EXPECT_THAT(run.result.error, testing::HasSubstr("Input/output error"));
             EXPECT_EQ(test::readFile(folder_.file("out.mp4")), "old");
         }
 }
