@@ -82,8 +82,7 @@ CanvasEffects CanvasInteraction::figureOutState(const CanvasMouse& event, bool p
     const bool wasRecording = recording_;
     // The worker begins to play a little later than it is told to; a recording is playing from the start.
     const bool playing = playerPlays || wasRecording;
-    const bool onControls = event.onControls || event.position.y >= window_.height - view::kControlBarHeight;
-    const bool inside = !onControls && mappingNow().inside(event.position);
+    const bool inside = !event.onControls && mappingNow().inside(event.position);
     // The release has gone elsewhere: to a dialog, or to a window that took the mouse.
     const bool releaseLost =
         !event.leftIsDown && (event.kind == CanvasMouse::Motion || event.kind == CanvasMouse::Enter);
