@@ -89,18 +89,23 @@ Function symbol(const char* name) {
     return reinterpret_cast<Function>(detectorLibrary.GetSymbol(name));
 }
 
+bool isHidden(const wxString& className) {
+    return className == "person" || className == "face";
+}
+
 /// False for a name made of bytes that the library takes for characters which don't exist: it has no path.
 bool isNameable(const wxString& name) {
     return std::all_of(name.begin(), name.end(),
                        [](const wxUniChar& character) { return character.GetValue() <= 0x10FFFF; });
 }
 
-/// First file of the folder that fits the pattern, in directory order; logs when there is none.
+/// First file of the folder that has the ending, in directory order; logs when there is none. A folder is no
+/// file.
 wxString firstFile(const wxDir& folder, const wxString& suffix) {
     wxString name;
     for (bool found = folder.GetFirst(&name, "*" + suffix, wxDIR_DEFAULT); found;
          found = folder.GetNext(&name))
-        if (isNameable(name))
+        if (isNameable(name) && wxFileExists(folder.GetNameWithSep() + name))
             return name;
     wxLogMessage("[AI] Could not find %s", suffix);
     return {};
@@ -113,10 +118,6 @@ void readClassNames(const wxString& path) {
         return;
     for (size_t line = 0; line < file.GetLineCount(); ++line)
         classNames.Add(file.GetLine(line));
-}
-
-bool isHidden(const wxString& className) {
-    return className == "person" || className == "face";
 }
 
 /// Range of one side of a box: a box may reach one frame's length beyond the frame. Empty when the box
@@ -216,6 +217,10 @@ bool ready() {
     return detector != nullptr;
 }
 
+bool knowsPersonOrFace() {
+    return std::any_of(classNames.begin(), classNames.end(), isHidden);
+}
+
 std::vector<wxString> complaints() {
     return madeComplaints;
 }
@@ -249,6 +254,9 @@ void buildDetectors(bool gpu) {
     readClassNames(modelFolder + wxFILE_SEP_PATH + names);
     if (cfg.empty() || weights.empty())
         return;
+
+    if (!knowsPersonOrFace())
+        complainOnce("The model's class names hold neither person nor face: " + names);
 
     const wxString cfgPath = modelFolder + wxFILE_SEP_PATH + cfg;
     const wxString weightsPath = modelFolder + wxFILE_SEP_PATH + weights;

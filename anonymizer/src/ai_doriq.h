@@ -43,7 +43,10 @@ void buildDetectors(bool gpu);
 /// True while a detector exists.
 bool ready();
 
-/// What the library did wrong since the last `buildDetectors`, each kind once, in words for the log.
+/// True when the class names read last hold person or face; otherwise nothing of the model's can be kept.
+bool knowsPersonOrFace();
+
+/// What is wrong with library or model since the last `buildDetectors`, each kind once, in words for the log.
 std::vector<wxString> complaints();
 
 /// Frames since then that the library failed to look at.

@@ -91,7 +91,7 @@ wxThread::ExitCode AiWorker::Entry() {
     guarded([&] { completed = fillStore(decoder, interrupt, counter); });
 
     progress_->update(progressValue(counter), _("Cleaning up"));
-    const bool hadDetector = ai::ready();
+    const bool hadDetector = ai::ready() && ai::knowsPersonOrFace();
     ai::destroyDetectors();
     if (report_)
         *report_ = {hadDetector, !opened || !completed, unconvertedFrames_ + ai::failedFrames(),

@@ -22,14 +22,14 @@ struct AiOverrides {
 
 /// How a pass went.
 struct AiReport {
-    /// Without one nothing was found.
+    /// One whose model names persons or faces. Without it nothing was found.
     bool hadDetector = false;
     /// It ended early without having been asked to, or saw another number of frames than the video is known
     /// to have.
     bool brokeOff = false;
     /// Frames of the pass that nobody looked at: the picture could not be converted or the library failed.
     int64_t failedFrames = 0;
-    /// What the library did wrong, each kind once, in words for the log.
+    /// What is wrong with library or model, each kind once, in words for the log.
     std::vector<wxString> complaints;
 };
 

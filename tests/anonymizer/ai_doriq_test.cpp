@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -283,6 +284,57 @@ TEST_F(AiDoriq, AModelWhoseNameIsNoTextIsPassedOver) {
     ai::buildDetectors(false);
     EXPECT_FALSE(ai::ready());
     EXPECT_THAT(log.lines(), testing::Contains(HasSubstr("[AI] Could not find .weights")));
+}
+
+TEST_F(AiDoriq, ClassNamesWithoutPersonAndFaceAreAComplaint) {
+    const std::string complaint = "The model's class names hold neither person nor face: model.names";
+    folder.installFake("hit 0 10 20 30 40 0.5 0\n");
+    ai::init();
+    for (const char* names : {"", "tree\ncar\n", "Person\nFACE\n"}) {
+        SCOPED_TRACE(names);
+        test::writeFile(folder.modelDir() + "/model.names", names);
+        ai::buildDetectors(false);
+        EXPECT_TRUE(ai::ready());
+        EXPECT_FALSE(ai::knowsPersonOrFace());
+        EXPECT_THAT(ai::complaints(), ElementsAre(wxString(complaint)));
+        EXPECT_EQ(errorsOf(log).back(), "[AI] " + complaint);
+        EXPECT_EQ(log.lines().back(), "[AI] Object detector ready");
+    }
+    for (const char* names : {"person\n", "car\nface"}) {
+        SCOPED_TRACE(names);
+        test::writeFile(folder.modelDir() + "/model.names", names);
+        ai::buildDetectors(false);
+        EXPECT_TRUE(ai::knowsPersonOrFace());
+        EXPECT_THAT(ai::complaints(), IsEmpty());
+    }
+}
+
+TEST_F(AiDoriq, ClassNamesThatCannotBeReadAreAComplaint) {
+    folder.installFake("");
+    const std::string names = folder.modelDir() + "/model.names";
+    std::filesystem::permissions(names, std::filesystem::perms::none);
+    if (std::ifstream(names))
+        GTEST_SKIP() << "this user may read everything";
+    ai::init();
+    ai::buildDetectors(false);
+    EXPECT_FALSE(ai::knowsPersonOrFace());
+    EXPECT_THAT(ai::complaints(), SizeIs(1));
+}
+
+TEST_F(AiDoriq, FoldersAreNoModelFiles) {
+    for (const char* ending : {".names", ".cfg", ".weights"}) {
+        SCOPED_TRACE(ending);
+        folder.installFake("");
+        std::filesystem::remove(folder.modelDir() + "/model" + ending);
+        std::filesystem::create_directory(folder.modelDir() + "/folder" + ending);
+        ai::init();
+        ai::buildDetectors(false);
+        EXPECT_FALSE(ai::ready());
+        EXPECT_EQ(log.lines().back(), std::string("[AI] Could not find ") + ending);
+        test::writeFile(folder.modelDir() + "/model" + ending, "person\n");
+        ai::buildDetectors(false);
+        EXPECT_TRUE(ai::ready()) << "the file beside it";
+    }
 }
 
 TEST_F(AiDoriq, ClassNamesMayHaveWindowsLineEnds) {

@@ -139,6 +139,16 @@ TEST_F(BatchDetect, WithoutAModelNothingIsExported) {
                   media("plain.mp4") + ": there is no complete detection model in " + aiFolder.path());
 }
 
+TEST_F(BatchDetect, AModelThatNamesNeitherPersonNorFaceStopsTheExport) {
+    installFake("hit 0 10 10 60 60 0.9 0\n");
+    for (const char* names : {"", "tree\ncar\n"}) {
+        test::writeFile(aiFolder.modelDir() + "/model.names", names);
+        expectFailure({"--detect", media("plain.mp4"), "out.mp4"},
+                      media("plain.mp4") +
+                          ": The model's class names hold neither person nor face: model.names");
+    }
+}
+
 TEST_F(BatchDetect, ALibraryThatRefusesTheModelStopsTheExport) {
     installFake("build-null\n");
     expectFailure({"--detect", media("plain.mp4"), "out.mp4"},

@@ -136,6 +136,16 @@ TEST_F(MainFrameDetection, AModelThatGivesNoDetectorIsToldAboutThePassThatFoundN
     EXPECT_THAT(bars(), IsEmpty()) << "it was about the video before";
 }
 
+TEST_F(MainFrameDetection, AModelThatNamesNeitherPersonNorFaceIsToldAboutToo) {
+    openWith("hit 0 10 20 60 60 0.9 0\n");
+    for (const char* names : {"", "tree\ncar\n"}) {
+        test::writeFile(ai_.modelDir() + "/model.names", names);
+        openReady("odd_321x181.mp4");
+        detect();
+        EXPECT_THAT(bars(), ElementsAre(StartsWith("Nobody was looked for"))) << names;
+    }
+}
+
 TEST_F(MainFrameDetection, FramesThatFailedAreCounted) {
     openWith("throw\n");
     detect();
