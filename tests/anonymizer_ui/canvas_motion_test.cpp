@@ -76,6 +76,15 @@ TEST_F(Canvas, FirstRowOfTheControlBarMapsInsideBetweenItsElements) {
     EXPECT_FALSE(brushShown());
 }
 
+TEST_F(Canvas, NumbersOfBlursGoOnWhenEverythingIsForgotten) {
+    const int64_t first = paintedAt(50, 50);
+    canvas.reset();
+    blurtrack::clear();
+    blurtrack::initFrames(1000);
+    show(10);
+    EXPECT_GT(paintedAt(50, 50), first);
+}
+
 TEST_F(Canvas, RowBelowAPictureThatLeavesRoomIsInside) {
     canvas.resize({320, 300 + view::kControlBarHeight});
     move(100, 270);

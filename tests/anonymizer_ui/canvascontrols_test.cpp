@@ -1,5 +1,6 @@
 #include "canvascontrols.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace {
@@ -30,10 +31,20 @@ protected:
         return seeks.size() == before;
     }
 
+    /// What the tip says when the mouse comes there.
+    std::string tipAt(int x) {
+        controls.mouse({ui2::MouseInput::Action::Motion, x, 100, false});
+        const auto tip = controls.mouse({ui2::MouseInput::Action::Motion, x, 464, false}).tip;
+        return tip ? tip->text.utf8_string() : std::string();
+    }
+
     std::vector<int32_t> seeks;
+    std::vector<bool> plays;
     int deletions = 0;
-    CanvasControls controls{
-        {[this](int32_t value) { seeks.push_back(value); }, [](bool) {}, [] {}, [this] { ++deletions; }}};
+    int detections = 0;
+    CanvasControls controls{{[this](int32_t value) { seeks.push_back(value); },
+                             [this](bool play) { plays.push_back(play); }, [this] { ++detections; },
+                             [this] { ++deletions; }}};
 };
 
 TEST_F(Controls, TimelineFollowsTheFrames) {
@@ -99,6 +110,33 @@ TEST_F(Controls, DeleteIsEnabledAsSoonAsABlurIsSelected) {
     controls.setBlurSelected(false);
     click(624);
     EXPECT_EQ(deletions, 1);
+}
+
+TEST_F(Controls, ToggleFollowsPlayingAndStoppedAndIsLeftBySeeking) {
+    controls.showPlayState(Playing);
+    EXPECT_EQ(tipAt(16), "Pause");
+    controls.showPlayState(Seeking);
+    EXPECT_EQ(tipAt(16), "Pause");
+    click(16);
+    controls.showPlayState(Stopped);
+    EXPECT_EQ(tipAt(16), "Play");
+    controls.showPlayState(Seeking);
+    EXPECT_EQ(tipAt(16), "Play");
+    click(16);
+    EXPECT_THAT(plays, testing::ElementsAre(false, true));
+}
+
+TEST_F(Controls, AiButtonSaysAndShowsWhetherThereIsADetection) {
+    click(590);
+    EXPECT_EQ(detections, 0);
+    controls.setAiAvailable(true);
+    EXPECT_EQ(tipAt(590), "AI");
+    click(590);
+    EXPECT_EQ(detections, 1);
+    controls.setAiAvailable(false);
+    EXPECT_EQ(tipAt(590), "NO AI");
+    click(590);
+    EXPECT_EQ(detections, 1);
 }
 
 } // namespace
