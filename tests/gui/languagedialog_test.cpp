@@ -12,6 +12,7 @@
 #include <wx/frame.h>
 #include <wx/intl.h>
 #include <wx/listbox.h>
+#include <wx/stattext.h>
 
 #include "gui_support.h"
 #include "languages.h"
@@ -41,6 +42,7 @@ protected:
             auto* list = dynamic_cast<wxSingleChoiceDialog*>(dialog);
             EXPECT_TRUE(list);
             caption_ = dialog->GetTitle().utf8_string();
+            message_ = messageOf(*dialog);
             const wxListBox* box = boxOf(dialog);
             offered_.clear();
             for (unsigned row = 0; row < box->GetCount(); ++row)
@@ -53,6 +55,15 @@ protected:
         });
         chooseLanguage(window_);
     }
+    /// Its lines joined.
+    static std::string messageOf(const wxDialog& dialog) {
+        wxString message;
+        for (const wxWindow* child : dialog.GetChildren())
+            if (const auto* line = dynamic_cast<const wxStaticText*>(child))
+                message += (message.empty() ? "" : " ") + line->GetLabelText();
+        message.Replace("\n", " ");
+        return message.utf8_string();
+    }
     static wxListBox* boxOf(wxWindow* window) {
         for (wxWindow* child : window->GetChildren())
             if (auto* box = dynamic_cast<wxListBox*>(child))
@@ -62,6 +73,7 @@ protected:
 
     wxFrame* window_;
     std::string caption_;
+    std::string message_;
     std::vector<std::string> offered_;
     std::string selected_;
 };
@@ -71,6 +83,7 @@ protected:
 TEST_F(LanguageDialog, OffersTheBuiltCatalogsAndEnglish) {
     choose({});
     EXPECT_EQ(caption_, "Select language");
+    EXPECT_EQ(message_, "A restart will be required for the language change to take effect.");
     EXPECT_THAT(offered_, testing::IsSupersetOf({"Deutsch", "English"}));
     EXPECT_TRUE(std::is_sorted(offered_.begin(), offered_.end()));
 }

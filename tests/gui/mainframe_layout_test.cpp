@@ -50,6 +50,14 @@ protected:
         button->GetEventHandler()->ProcessEvent(event);
     }
     const wxWindow& canvas() const { return *childOf<VideoCanvas2>(*frame_); }
+    /// The long hints in the language chosen last; hintText keeps the first one's.
+    static std::vector<wxString> hintsInForce() {
+        return {wxString::Format(_("Open the video by selecting %s > %s in the menu. Or drag and drop the "
+                                   "video file here."),
+                                 withoutMnemonics(_("&File")), withoutMnemonics(_("&Open..."))),
+                _("Hold down left mouse button to blur. Scroll to resize the brush."),
+                _("Hold down left mouse button to erase blur. Scroll to resize the brush.")};
+    }
     bool hintIsWhole() const { return hint() == hintText(kHintNoVideo).utf8_string(); }
     /// The hint's lines are all visible and cover nothing.
     void expectHintInItsPlace() const {
@@ -77,6 +85,38 @@ TEST_F(MainFrameLayout, TheSmallestWindowShowsTheBeginningOfTheHintAndTheRestInA
     ASSERT_TRUE(test::runUntil([this] { return hintIsWhole(); }));
     EXPECT_EQ(hintLine().GetToolTipText(), "");
     expectHintInItsPlace();
+}
+
+TEST_F(MainFrameLayout, TheTextsOfEveryLanguageFitIntoTheSmallestAndTheFirstWindow) {
+    for (const languages::Entry& entry : languages::buildLanguageTable()) {
+        SCOPED_TRACE(entry.name);
+        languages::applyLanguage(entry);
+        frame_->Destroy();
+        test::runPending();
+        makeWindow();
+        for (const wxSize size : {wxSize(128, 128), wxSize(800, 580)}) {
+            SCOPED_TRACE(size.x);
+            resize(size.x, size.y);
+            for (const wxString& text : hintsInForce()) {
+                setHint(text);
+                ASSERT_TRUE(test::runUntil([&] {
+                    return hintLine().GetToolTipText() == (size.x == 800 ? wxString() : text) &&
+                           canvas().GetSize().x == frame_->GetClientSize().x;
+                })) << text;
+                EXPECT_FALSE(hint().empty());
+                expectHintInItsPlace();
+                EXPECT_GT(canvas().GetSize().y, 32) << "a strip of the picture over the controls";
+            }
+        }
+        frame_->showInfoBar(_("Only *.mp4 and *.mov files are supported."));
+        ASSERT_TRUE(test::runUntil(
+            [this] { return wxRect(frame_->GetClientSize()).Contains(barWindows().at(0)->GetRect()); }));
+        const wxRect bar = barWindows().at(0)->GetRect();
+        EXPECT_FALSE(bar.Intersects(canvas().GetRect()));
+        EXPECT_FALSE(bar.Intersects(hintLine().GetParent()->GetRect()));
+        expectHintInItsPlace();
+    }
+    languages::applyLanguage({"", wxLANGUAGE_ENGLISH});
 }
 
 TEST_F(MainFrameLayout, ABarThatTheUserClosesGivesTheHintItsRoomBack) {

@@ -1,13 +1,16 @@
 #include "mainframe_fixture.h"
 
+#include <map>
 #include <stdexcept>
 
 #include <gmock/gmock.h>
 #include <wx/app.h>
 #include <wx/evtloop.h>
+#include <wx/sysopt.h>
 
 #include "commands.h"
 #include "hints.h"
+#include "languages.h"
 #include "logfiles.h"
 #include "settings.h"
 #include "switches.h"
@@ -42,7 +45,50 @@ std::vector<std::string> describe(const wxMenuBar& bar, size_t position) {
     return lines;
 }
 
+/// Adds a pair of labels to `shared` when they have the same underlined letter.
+void noteLetter(const wxString& label, std::map<wxString, wxString>& labels,
+                std::vector<std::string>& shared) {
+    const int mark = label.Find('&');
+    if (mark == wxNOT_FOUND)
+        return;
+    const wxString letter = label.Mid(static_cast<size_t>(mark) + 1, 1).Lower();
+    if (const auto [other, isNew] = labels.emplace(letter, label); !isNew)
+        shared.push_back((other->second + " and " + label).utf8_string());
+}
+
+void findSharedLetters(const wxMenu& menu, std::vector<std::string>& shared) {
+    std::map<wxString, wxString> labels;
+    for (const wxMenuItem* item : menu.GetMenuItems()) {
+        noteLetter(item->GetItemLabel(), labels, shared);
+        if (item->GetSubMenu())
+            findSharedLetters(*item->GetSubMenu(), shared);
+    }
+}
+
+std::vector<std::string> sharedLetters(const wxMenuBar& bar) {
+    std::vector<std::string> shared;
+    std::map<wxString, wxString> labels;
+    for (size_t position = 0; position < bar.GetMenuCount(); ++position) {
+        noteLetter(bar.GetMenuLabel(position), labels, shared);
+        findSharedLetters(*bar.GetMenu(position), shared);
+    }
+    return shared;
+}
+
 } // namespace
+
+TEST_F(MainFrameMenu, NoTwoEntriesOfAMenuHaveTheSameLetterInAnyLanguage) {
+    const std::vector<languages::Entry> entries = languages::buildLanguageTable();
+    EXPECT_THAT(entries, testing::SizeIs(testing::Gt(15u)));
+    for (const languages::Entry& entry : entries) {
+        languages::applyLanguage(entry);
+        frame_->Destroy();
+        test::runPending();
+        makeWindow();
+        EXPECT_THAT(sharedLetters(*frame_->GetMenuBar()), testing::IsEmpty()) << entry.name;
+    }
+    languages::applyLanguage({"", wxLANGUAGE_ENGLISH});
+}
 
 TEST_F(MainFrameMenu, HasTheThreeMenusWithTheirNumbersAndAccelerators) {
     const wxMenuBar& bar = *frame_->GetMenuBar();
@@ -190,6 +236,11 @@ TEST_F(MainFrameMenu, TheKeypadDoublesAndHalvesTheMosaicWithinItsBounds) {
         EXPECT_EQ(press(WXK_NUMPAD_SUBTRACT), expected);
     for (const int other : {static_cast<int>('+'), static_cast<int>('-'), static_cast<int>(WXK_ADD)})
         EXPECT_EQ(press(other), 25);
+}
+
+TEST_F(MainFrameMenu, TheLibraryIsToldToLeaveExceptionsAlone) {
+    EXPECT_TRUE(wxSystemOptions::HasOption("catch-unhandled-exceptions"));
+    EXPECT_EQ(wxSystemOptions::GetOptionInt("catch-unhandled-exceptions"), 0);
 }
 
 TEST_F(MainFrameMenu, AnExceptionThatLeavesAHandlerEndsTheProcessWithALogLine) {
