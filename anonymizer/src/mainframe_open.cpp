@@ -67,6 +67,7 @@ void MainFrame::openVideo(const wxString& path) {
         return;
     wxString error;
     bool opened = false;
+    bool refusedContent = false;
     {
         const wxBusyCursor busy;
         closeVideo();
@@ -81,6 +82,7 @@ void MainFrame::openVideo(const wxString& path) {
         player_ = std::make_unique<VideoPlayer>(scanProgress_.get());
         player_->setOnReady([this, openNumber = openNumber_] { onReady(openNumber); });
         opened = player_->open(path, error);
+        refusedContent = player_->refusedContent();
     }
     if (opened) {
         videoPath_ = path;
@@ -97,7 +99,9 @@ void MainFrame::openVideo(const wxString& path) {
     if (error.empty())
         error = _("The file contains no video that can be read.");
     showError(wxString::Format(_("Error while opening the video file %s: %s"), path, error),
-              _("The file may be damaged, unfinished or protected, or it may be no video at all."));
+              refusedContent
+                  ? _("The file may be damaged, unfinished or protected, or it may be no video at all.")
+                  : wxString());
 }
 
 void MainFrame::onReady(int64_t openNumber) {

@@ -1,6 +1,7 @@
 #include "video_backend_ffmpeg.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <utility>
 
@@ -27,6 +28,13 @@ bool isUneven(const std::vector<int64_t>& timestamps) {
             allowed)
             return true;
     return false;
+}
+
+/// "No such file or directory", "Permission denied", … The library's own codes are made of four letters, but
+/// for an invalid argument, which it also says of contents.
+bool isSystemError(int code) {
+    constexpr int kLargestErrno = 4095;
+    return code < 0 && AVUNERROR(code) <= kLargestErrno && code != AVERROR(EINVAL);
 }
 
 } // namespace
@@ -69,11 +77,14 @@ bool Decoder_ffmpeg::open(const wxString& path) {
     close();
     path_ = path;
     error_.clear();
+    refusedContent_ = true;
     readError_.clear();
     frame_.reset(av_frame_alloc());
     packet_.reset(av_packet_alloc());
-    if (frame_ && packet_ && openFile(path) && openCodec())
+    if (frame_ && packet_ && openFile(path) && openCodec()) {
+        refusedContent_ = false;
         return true;
+    }
     close();
     return false;
 }
@@ -124,6 +135,7 @@ bool Decoder_ffmpeg::openCodec() {
 
 bool Decoder_ffmpeg::fail(int code) {
     error_ = ffmpeg::errorText(code);
+    refusedContent_ = !isSystemError(code);
     wxLogError("[DecoderFFMPEG] %s", error_);
     return false;
 }

@@ -69,11 +69,14 @@ public:
     bool next() override;
     video::VideoInfo& info(video::VideoInfo& out) override;
     wxString lastError() const override;
+    /// The last `open` failed because of what is in the file; false when it failed because the system would
+    /// not let the file be read, and after a success.
+    bool refusedContent() const { return refusedContent_; }
 
     StreamTraits traits() const;
 
-    /// Why the file could not be read on, when that has happened since `open`; empty when it could. The frames
-    /// end there as at the end of the file. Logged like a failed opening.
+    /// Why the file could not be read on, when that has happened since `open`; empty when it could. The
+    /// frames end there as at the end of the file. Logged like a failed opening.
     wxString readError() const { return readError_; }
 
     /// While `*flag` is true a running `open` or `scan` ends at the next read, and `next` returns false. May
@@ -132,5 +135,6 @@ private:
     const std::atomic<bool>* abandonSeek_ = nullptr;
     wxString path_;
     wxString error_;
+    bool refusedContent_ = false;
     wxString readError_;
 };

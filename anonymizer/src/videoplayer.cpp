@@ -40,7 +40,9 @@ bool VideoPlayer::open(const wxString& path, wxString& error) {
     auto decoder = std::make_shared<Decoder_ffmpeg>();
     decoder->setInterrupt(&thread_->exitRequested);
     decoder->setAbandonSeek(&thread_->newerSeekWaits);
-    if (!decoder->open(path)) {
+    const bool opened = decoder->open(path);
+    refusedContent_ = decoder->refusedContent();
+    if (!opened) {
         error = decoder->lastError();
         return false;
     }

@@ -61,6 +61,9 @@ public:
     bool open(const wxString& path, wxString& error);
     /// The same with a decoder that has its file open. From now on only the playback thread uses it.
     bool open(std::shared_ptr<video::Decoder> decoder, wxString& error);
+    /// The last `open` failed because of what is in the file, not because the file could not be read or the
+    /// thread could not be started.
+    bool refusedContent() const { return refusedContent_; }
 
     /// Plays on from the current frame at `fps` frames per second (raised to 1 when lower) up to the end of
     /// the video; while playing, changes the rate. Returns at once.
@@ -104,4 +107,5 @@ private:
     std::unique_ptr<VideoPlayerThread> thread_;
     /// The thread was run once and has to be joined.
     bool started_ = false;
+    bool refusedContent_ = false;
 };

@@ -68,6 +68,7 @@ void DialogAnswers::onOther(std::function<int(wxDialog*)> answer) {
 int DialogAnswers::Enter(wxDialog* dialog) {
     if (auto* box = dynamic_cast<wxMessageDialog*>(dialog)) {
         boxes.push_back((box->GetTitle() + ": " + box->GetMessage()).utf8_string());
+        advice.push_back(box->GetExtendedMessage().utf8_string());
         return answer_;
     }
     if (auto* files = dynamic_cast<wxFileDialog*>(dialog)) {

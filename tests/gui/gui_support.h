@@ -31,6 +31,8 @@ public:
 
     /// "caption: message" of the message boxes so far.
     std::vector<std::string> boxes;
+    /// The second text of each message box, below the message; empty for those without.
+    std::vector<std::string> advice;
     /// Title, folder, wildcard and filter index of the file dialogs so far, joined by "; ".
     std::vector<std::string> fileDialogs;
 

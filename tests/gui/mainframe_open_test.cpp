@@ -1,6 +1,7 @@
 #include "mainframe_fixture.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include <gmock/gmock.h>
 
@@ -9,6 +10,8 @@
 #include "hints.h"
 #include "support/no_more_threads.h"
 #include "switches.h"
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -83,6 +86,32 @@ TEST_F(MainFrameOpen, EveryKindOfBadFileIsToldOnce) {
     for (const std::string& name : bad)
         frame_->openVideo(clip(name));
     EXPECT_EQ(dialogs_.boxes.size(), bad.size());
+}
+
+TEST_F(MainFrameOpen, OnlyAFileWhoseContentIsRefusedIsSuspectedToBeDamaged) {
+    for (const char* name : {"text.mp4", "audio_only.mp4"})
+        frame_->openVideo(clip(name));
+    EXPECT_THAT(dialogs_.advice, testing::Each(testing::StartsWith("The file may be damaged")));
+    dialogs_.boxes.clear();
+    dialogs_.advice.clear();
+
+    frame_->openVideo(clip("no such file.mp4"));
+    const std::string locked = folder_.write("locked.mp4", "");
+    fs::permissions(locked, fs::perms::none);
+    fs::permissions(folder_.path(), fs::perms::others_read | fs::perms::others_exec, fs::perm_options::add);
+    {
+        const test::WithoutPrivileges ordinaryUser;
+        frame_->openVideo(wxString::FromUTF8(locked));
+    }
+    {
+        const test::NoMoreThreads none;
+        frame_->openVideo(clip("plain.mp4"));
+    }
+    EXPECT_THAT(dialogs_.boxes,
+                testing::ElementsAre(testing::EndsWith("No such file or directory"),
+                                     testing::EndsWith("Permission denied"),
+                                     testing::EndsWith("The playback thread could not be started.")));
+    EXPECT_THAT(dialogs_.advice, testing::ElementsAre("", "", ""));
 }
 
 TEST_F(MainFrameOpen, AFailureAfterAGoodVideoLeavesNothingOfItAndAGoodOneWorksAgain) {
