@@ -1,6 +1,7 @@
 /// Measures the detection pass: how much of it is not the network, the backward extension, loading the model.
 
 #include <algorithm>
+#include <cstdlib>
 #include <future>
 #include <memory>
 #include <mutex>
@@ -23,6 +24,8 @@
 namespace {
 
 constexpr int32_t kNetworkSide = 416;
+/// Makes the program a process to be measured; the number of frames follows.
+constexpr const char* kExtendOnly = "--extend-only";
 
 struct Silent : ISafeProgress {
     void start(const wxString&, const wxString&, int32_t) override {}
@@ -103,6 +106,10 @@ void measureLoading(const bench::Options& options) {
     bench::print(figure);
 }
 
+constexpr int32_t kPeople = 10;
+/// One second, in frames.
+constexpr int32_t kLife = 30;
+
 /// People walking about: each keeps its place from frame to frame within a few pixels, some come and go.
 void fillWithWalkers(int64_t frames, int32_t people) {
     const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
@@ -123,11 +130,39 @@ void fillWithWalkers(int64_t frames, int32_t people) {
         }
 }
 
+void extendFrames(int64_t frames) {
+    fillWithWalkers(frames, kPeople);
+    const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
+    preblur::extendBackward(frames, kLife);
+}
+
 size_t storedRectangles() {
     size_t count = 0;
     for (const auto& frame : blurtrack::store().frames)
         count += frame.second.size();
     return count;
+}
+
+/// Peak size of a process of its own that extends so many frames and nothing else, MiB.
+double extensionPeak(int64_t frames) {
+    return bench::run({"/proc/self/exe", kExtendOnly, std::to_string(frames)}).peakMiB;
+}
+
+/// What the extension and the store it fills take, against half as many frames. Goes before everything else:
+/// a new process is credited with the peak of the one that made it.
+void measurePostProcessingMemory(const bench::Options& options) {
+    constexpr int64_t kFrames = 100000;
+    bench::Figure figure;
+    figure.name = "post-processing memory, " + std::to_string(kFrames) + " frames x 10";
+    figure.unit = "MiB";
+    figure.peerName = "half as many frames";
+    figure.wantedRatio = 2.1;
+    for (int i = 0; i < options.repeat; ++i) {
+        const double empty = extensionPeak(1);
+        figure.ours.push_back(extensionPeak(kFrames) - empty);
+        figure.peer.push_back(extensionPeak(kFrames / 2) - empty);
+    }
+    bench::print(figure);
 }
 
 void measurePostProcessing(const bench::Options& options) {
@@ -139,9 +174,9 @@ void measurePostProcessing(const bench::Options& options) {
         if (frames == kFrames)
             figure.wantedValue = 2.0;
         for (int i = 0; i < options.repeat; ++i) {
-            fillWithWalkers(frames, 10);
+            fillWithWalkers(frames, kPeople);
             const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
-            figure.ours.push_back(bench::seconds([&] { preblur::extendBackward(frames, 30); }));
+            figure.ours.push_back(bench::seconds([&] { preblur::extendBackward(frames, kLife); }));
             figure.note = std::to_string(storedRectangles()) + " rectangles afterwards";
         }
         bench::print(figure);
@@ -157,6 +192,11 @@ int main(int argc, char** argv) {
     if (!library.IsOk())
         return 1;
     wxLog::SetLogLevel(wxLOG_FatalError);
+    if (options.rest.size() == 2 && options.rest[0] == kExtendOnly) {
+        extendFrames(std::atoll(options.rest[1].c_str()));
+        return 0;
+    }
+    measurePostProcessingMemory(options);
     measurePostProcessing(options);
 
     const std::string detector = SHROUD_DORIQ_PATH;
