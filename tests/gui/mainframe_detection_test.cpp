@@ -49,6 +49,28 @@ protected:
     void waitForTheFirstFrame() {
         ASSERT_TRUE(test::runUntil([this] { return ai_.fakeCalls().size() > 1; }));
     }
+    /// Sizes, moves, paints and points at the window, each step waited for.
+    void expectTheWindowLives() {
+        // Shared with the handler, which lives as long as the canvas.
+        const auto paints = std::make_shared<int>(0);
+        canvas().Bind(wxEVT_PAINT, [paints](wxPaintEvent& event) {
+            ++*paints;
+            event.Skip();
+        });
+        const int width = canvas().GetSize().x;
+        frame_->SetSize(wxSize(640, 480));
+        ASSERT_TRUE(test::runUntil([&] { return canvas().GetSize().x != width && *paints > 0; }));
+        frame_->Move(30, 40);
+        for (int round = 0; round < 3; ++round) {
+            const int before = *paints;
+            canvas().Refresh();
+            ASSERT_TRUE(test::runUntil([&] { return *paints > before; }));
+            wxMouseEvent motion(wxEVT_MOTION);
+            motion.SetPosition(wxPoint(50 + round, 50));
+            motion.SetEventObject(&canvas());
+            canvas().GetEventHandler()->ProcessEvent(motion);
+        }
+    }
     void goOn() const { test::writeFile(ai_.modelDir() + "/model.weights.go", ""); }
 
     test::AiFolder ai_;
@@ -104,28 +126,21 @@ TEST_F(MainFrameDetection, TheWindowLivesWhileThePassHoldsTheStore) {
     openWith("wait\n");
     startDetection();
     waitForTheFirstFrame();
-    // Shared with the handler, which lives as long as the canvas.
-    const auto paints = std::make_shared<int>(0);
-    canvas().Bind(wxEVT_PAINT, [paints](wxPaintEvent& event) {
-        ++*paints;
-        event.Skip();
-    });
-    const int width = canvas().GetSize().x;
-    frame_->SetSize(wxSize(640, 480));
-    ASSERT_TRUE(test::runUntil([&] { return canvas().GetSize().x != width && *paints > 0; }));
-    frame_->Move(30, 40);
-    for (int round = 0; round < 3; ++round) {
-        const int before = *paints;
-        canvas().Refresh();
-        ASSERT_TRUE(test::runUntil([&] { return *paints > before; }));
-        wxMouseEvent motion(wxEVT_MOTION);
-        motion.SetPosition(wxPoint(50 + round, 50));
-        motion.SetEventObject(&canvas());
-        canvas().GetEventHandler()->ProcessEvent(motion);
-    }
+    expectTheWindowLives();
     EXPECT_EQ(ai_.fakeCalls().size(), 2u) << "the pass has not moved on";
     goOn();
     waitForTheEnd();
+}
+
+TEST_F(MainFrameDetection, TheWindowLivesWhileTheModelIsLoaded) {
+    openWith("build-wait\nhit 3 10 20 60 60 0.9 0\n");
+    startDetection();
+    ASSERT_TRUE(test::runUntil([this] { return ai_.fakeCalls().size() == 1; }));
+    expectTheWindowLives();
+    EXPECT_EQ(ai_.fakeCalls().size(), 1u) << "the model is not loaded yet";
+    goOn();
+    waitForTheEnd();
+    EXPECT_GT(blurCount(), 0u);
 }
 
 TEST_F(MainFrameDetection, AModelThatGivesNoDetectorIsToldAboutThePassThatFoundNothing) {

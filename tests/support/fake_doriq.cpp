@@ -1,6 +1,7 @@
 /// A detection library that does what the .weights file tells it, right or wrong. One instruction per line:
 ///
 ///   build-null | build-throw | build-throw-number     what the build function does instead of its work
+///   build-wait                                         building waits for the file NAME.weights.go
 ///   hit CALL X Y W H PROBABILITY CLASS                 a record reported in detection call CALL (0: in all)
 ///   count NUMBER                                       the count returned, whatever was written
 ///   throw | throw-number                               what every detection does
@@ -51,8 +52,8 @@ public:
         text << "detect " << width << "x" << height << " first " << std::hex << pixels[0] << std::dec << " "
              << params->threshold << " " << params->one << " " << params->nmsThreshold;
         note(text.str());
-        while (waiting_ && !std::ifstream(goPath_))
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        if (waiting_)
+            waitForGo();
         if (throwing_ == "throw")
             throw std::runtime_error("this detector always fails");
         if (throwing_ == "throw-number")
@@ -62,6 +63,11 @@ public:
             if ((hit.call == 0 || hit.call == calls_) && count < doriq::kMaxDetections)
                 results[count++] = hit.record;
         return count_ ? *count_ : count;
+    }
+
+    void waitForGo() const {
+        while (!std::ifstream(goPath_))
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
 
     void note(const std::string& text) const { std::ofstream(notesPath_, std::ios::app) << text << "\n"; }
@@ -114,7 +120,9 @@ FAKE_EXPORT doriq::ObjectDetector* Doriq_buildObjectDetector(const char* cfgPath
     auto* detector = new FakeDetector(weightsPath);
     detector->note(std::string("build ") + cfgPath + (gpu ? " gpu" : " cpu"));
     const std::string building = detector->building;
-    if (building.empty())
+    if (building == "build-wait")
+        detector->waitForGo();
+    if (building.empty() || building == "build-wait")
         return detector;
     delete detector;
     if (building == "build-throw")
