@@ -4,6 +4,7 @@ import glob
 import os
 import re
 import shutil
+import subprocess
 
 import driver
 import menus
@@ -117,9 +118,13 @@ class Start(menus.MenuTest):
         with open(wrapper, "w", encoding="utf-8") as file:
             file.write("#!/bin/sh\nexec env LC_ALL=%s %s --video '%s'\n" % (locale, driver.options.program, path))
         os.chmod(wrapper, 0o755)
-        program, driver.options.program = driver.options.program, wrapper
+        return self.start_program(wrapper, home=home)
+
+    def start_program(self, path, *arguments, **named):
+        """The program as another file."""
+        program, driver.options.program = driver.options.program, path
         try:
-            return self.start(home=home)
+            return self.start(*arguments, **named)
         finally:
             driver.options.program = program
 
@@ -163,6 +168,33 @@ class Start(menus.MenuTest):
         self.key_in(app, "Tarvex Shroud Error", "Return")
         self.wait_no_title(app, "Tarvex Shroud Error")
         self.assertEqual(app.titles(), ["Tarvex Shroud"])
+
+    # --- installed
+
+    def test_installed_it_finds_its_pictures_and_languages_through_the_link(self):
+        if not shutil.which("cmake"):
+            self.skipTest("cmake is not installed")
+        prefix = self.home()
+        build = os.path.dirname(os.path.abspath(driver.options.tools))
+        subprocess.run(["cmake", "--install", build, "--prefix", prefix], check=True, stdout=subprocess.DEVNULL)
+        link = os.path.join(prefix, "bin", "tarvex_shroud")
+        self.assertTrue(os.path.realpath(link).startswith(os.path.realpath(prefix)))
+        video = os.path.join(driver.options.media, "plain.mp4")
+        pictures = []
+        for program in (driver.options.program, link):
+            app = self.start_program(program, "--video", video, env={"LANGUAGE": "de", "LC_ALL": "C.UTF-8"})
+            app.wait_number(1)
+            app.wait_log(r"Seek to frame 1$")
+            self.assertNotIn("_NET_WM_ICON:  not found", self.properties(app))
+            self.assertEqual(app.log_count(r"^Error|No window icon"), 0)
+            self.screen.xdotool("mousemove", 1, 1)
+            pictures.append(app.still_shot())
+            app.key("alt+h")
+            self.screen.xdotool("key", "s")
+            self.key_in(app, "Sprache w\u00e4hlen", "Escape")
+            self.wait_no_title(app, "Sprache w\u00e4hlen")
+            self.assertEqual(app.close(), 0)
+        self.assertTrue(pictures[0].same_as(pictures[1]), "the same buttons")
 
     # --- the window
 
