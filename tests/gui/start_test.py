@@ -159,6 +159,19 @@ class Start(menus.MenuTest):
         lines = [line for line in app.log() if re.search(r"^Deleted old|^\[AI\]|\[VideoPlayerThread\] created", line)]
         self.assertEqual([line.split()[0] for line in lines], ["Deleted", "[AI]", "[VideoPlayerThread]"])
 
+    def test_the_defaults_are_there_before_the_detection_library(self):
+        library = os.path.join(driver.options.tools, "..", "lib", "tests", "fake_doriq.so")
+        if not os.path.exists(library):
+            self.skipTest("there is no fake detection library")
+        home = self.home()
+        folder = os.path.join(home, ".config", "Tarvex Shroud", "Plugins", "Tarvex AI")
+        os.makedirs(folder)
+        shutil.copy(library, os.path.join(folder, "Doriq.so"))
+        app = self.start(home=home)
+        app.wait_log(r"^\[AI\] Loaded Doriq.dll$")
+        with open(os.path.join(folder, "Doriq.so.loaded"), encoding="utf-8") as file:
+            self.assertEqual(file.read(), "with settings\n")
+
     def test_a_log_file_that_cannot_be_opened_is_told(self):
         home = self.home()
         folder = os.path.join(home, ".config", "Tarvex Shroud")
