@@ -42,6 +42,7 @@ constexpr size_t kAllLines = std::numeric_limits<size_t>::max();
 MainFrame::MainFrame(const wxString& title, const wxPoint& position, const wxSize& size)
     : wxFrame(nullptr, wxID_ANY, title, position, size), progress_(this),
       link_(std::make_shared<WindowLink>(this, this)) {
+    makePlayer();
     loadIcon();
     SetMinSize(wxSize(kMinimumSide, kMinimumSide));
     buildMenus();
@@ -116,11 +117,11 @@ bool MainFrame::isBusy() const {
 }
 
 bool MainFrame::refusesVideos() const {
-    return isBusy() || (player_ && player_->isPreprocessing());
+    return isBusy() || player_->isPreprocessing();
 }
 
 video::VideoInfo MainFrame::videoInfo() const {
-    return player_ ? player_->info() : video::VideoInfo();
+    return player_->info();
 }
 
 void MainFrame::refreshPicture() {

@@ -105,6 +105,8 @@ private:
     /// Shows the progress of a worker that is about to start; from here on the window can't be used.
     void startWorker(Worker worker, const wxString& title, const wxString& message);
     void endWorker();
+    /// Replaces the player by one that has no video yet. The canvas must not have the one before.
+    void makePlayer();
     void closeVideo();
     void readyVideo();
     /// False until the window has its first real size: no text fits into what it has before.
@@ -142,6 +144,7 @@ private:
 
     /// Outlives the player that reports to it.
     std::unique_ptr<ScanProgress> scanProgress_;
+    /// The window always has one; without a video it has not been started.
     std::unique_ptr<VideoPlayer> player_;
     ProgressDisplay progress_;
     OrderedCalls calls_;

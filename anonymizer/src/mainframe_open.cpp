@@ -44,13 +44,13 @@ void MainFrame::onOpen() {
 }
 
 void MainFrame::closeVideo() {
-    if (player_)
+    const bool used = player_->isRunning();
+    if (used)
         player_->end();
     canvas_->set(nullptr);
     canvas_->setAiAvailable(false);
-    player_.reset();
-    scanProgress_.reset();
-    ++openNumber_;
+    if (used)
+        makePlayer();
     ready_ = false;
     // The dialog of a pre-processing that was cut short; an update of it may be under way further up.
     calls_.run([this] { progress_.finish(); });
@@ -60,6 +60,18 @@ void MainFrame::closeVideo() {
     blurtrack::BlurStore& store = blurtrack::store();
     const std::lock_guard<std::mutex> lock(store.mutex);
     blurtrack::clear();
+}
+
+void MainFrame::makePlayer() {
+    player_.reset();
+    ++openNumber_;
+    scanProgress_ = std::make_unique<ScanProgress>([this, openNumber = openNumber_](ScanProgress::Call call) {
+        queue([this, openNumber, call = std::move(call)] {
+            if (openNumber == openNumber_)
+                call(progress_);
+        });
+    });
+    player_ = std::make_unique<VideoPlayer>(scanProgress_.get());
 }
 
 void MainFrame::openVideo(const wxString& path) {
@@ -72,14 +84,6 @@ void MainFrame::openVideo(const wxString& path) {
         const wxBusyCursor busy;
         closeVideo();
         setHintState(kHintNoVideo);
-        scanProgress_ =
-            std::make_unique<ScanProgress>([this, openNumber = openNumber_](ScanProgress::Call call) {
-                queue([this, openNumber, call = std::move(call)] {
-                    if (openNumber == openNumber_)
-                        call(progress_);
-                });
-            });
-        player_ = std::make_unique<VideoPlayer>(scanProgress_.get());
         player_->setOnReady([this, openNumber = openNumber_] { onReady(openNumber); });
         opened = player_->open(path, error);
         refusedContent = player_->refusedContent();
@@ -93,7 +97,8 @@ void MainFrame::openVideo(const wxString& path) {
         SetTitle(wxString(kTitle) + " - " + path);
         return;
     }
-    player_.reset();
+    // One whose thread could not be started can't be tried again.
+    makePlayer();
     videoPath_.clear();
     SetTitle(kTitle);
     if (error.empty())
@@ -109,7 +114,7 @@ void MainFrame::onReady(int64_t openNumber) {
         queue([this, openNumber] { onReady(openNumber); });
         return;
     }
-    if (openNumber == openNumber_ && player_)
+    if (openNumber == openNumber_)
         readyVideo();
 }
 

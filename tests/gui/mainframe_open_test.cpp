@@ -249,6 +249,21 @@ TEST_F(MainFrameOpen, APlaybackThreadThatCannotBeStartedIsAnErrorAndTheNextOpenW
     openReady("plain.mp4");
 }
 
+TEST_F(MainFrameOpen, TheWindowHasAPlayerFromItsConstructionAndAFreshOneAfterAFailure) {
+    const auto count = [this](const std::string& line) {
+        const std::vector<std::string> lines = log_.lines();
+        return std::count(lines.begin(), lines.end(), "[VideoPlayerThread] " + line);
+    };
+    EXPECT_EQ(count("created"), 1);
+    openReady("plain.mp4");
+    EXPECT_EQ(count("created"), 1) << "the first video takes it";
+    frame_->openVideo(clip("text.mp4"));
+    EXPECT_EQ(count("created"), 3) << "one for the file, one after it";
+    EXPECT_EQ(count("destroyed"), 2);
+    openReady("plain.mp4");
+    EXPECT_EQ(count("created"), 3);
+}
+
 TEST_F(MainFrameOpen, ThePlaybackThreadEndsBeforeTheNextVideoIsTouched) {
     openReady("plain.mp4");
     frame_->openVideo(clip("text.mp4"));
