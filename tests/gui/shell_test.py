@@ -89,13 +89,17 @@ class Shell(menus.MenuTest):
         app = self.start()
         app.main_window()
         app.wait_log(r"^\[AI\]")
+
+        def is_empty(picture):
+            return driver.close_to(picture.pixel(picture.width // 2, picture.height // 2), (32, 32, 32))
+        app.wait_shot(is_empty, "the empty canvas")
         before = app.still_shot()
         app.key("ctrl+e", "ctrl+u")
         app.key("ctrl+o")
         self.key_in(app, "Open video file", "Escape")
         self.wait_no_title(app, "Open video file")
         self.assertEqual(app.titles(), ["Tarvex Shroud"])
-        self.assertTrue(app.still_shot().same_as(before))
+        app.wait_shot(lambda picture: picture.same_as(before), "the picture as it was")
 
     def test_speed_by_mouse_plays_four_times_as_fast(self):
         app = self.ready()
