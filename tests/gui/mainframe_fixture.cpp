@@ -61,6 +61,8 @@ void MainFrameTest::makeWindow() {
     frame_ = new MainFrame("Tarvex Shroud", wxDefaultPosition, wxSize(800, 580));
     wxTheApp->SetTopWindow(frame_);
     frame_->Show();
+    // The window manager has a say in when it gets its size.
+    EXPECT_TRUE(runUntil([this] { return canvas().GetClientSize().x > 600; }));
     runPending();
 }
 
