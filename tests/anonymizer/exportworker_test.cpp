@@ -523,10 +523,16 @@ TEST_F(ExportWorkerTest, StopRequestReachesAStalledRead) {
         worker->wrapDecoder = [&](std::shared_ptr<video::Decoder> decoder) {
             return std::make_shared<StallingDecoder>(std::move(decoder), interrupt, stalledFrame, stalled);
         };
-        worker->setDone([outcome](ExportResult result, const wxString&) { outcome->set_value(result); });
+        // As the contract asks: the worker is not gone before Delete has returned.
+        std::promise<void> deleted;
+        worker->setDone([outcome, done = deleted.get_future().share()](ExportResult result, const wxString&) {
+            done.wait();
+            outcome->set_value(result);
+        });
         ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
         stalled.get_future().wait();
         worker->Delete();
+        deleted.set_value();
         EXPECT_EQ(outcome->get_future().get(), ExportResult::Cancelled);
         // The decoder is ahead of the encoder: the stop may come before all of its pictures are written.
         EXPECT_LE(test::probe(output).packets.size(), static_cast<std::size_t>(stalledFrame - 1));
