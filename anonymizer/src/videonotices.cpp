@@ -51,5 +51,9 @@ std::vector<wxString> noticesFor(const AiReport& report) {
         notices.push_back(wxString::Format(
             _("The detection failed on some frames (%s). Look at the whole video before you export it."),
             wxString() << report.failedFrames));
+    // Of the same advice once is enough.
+    if (notices.empty() && !report.complaints.empty())
+        notices.push_back(_("The detection library did not work as it should; the log says what was wrong. "
+                            "Look at the whole video before you export it."));
     return notices;
 }

@@ -72,3 +72,15 @@ TEST(DetectionNotices, TellWhatWasNotLookedAt) {
     EXPECT_TRUE(noticesFor(report)[0].StartsWith("The detection broke off."));
     EXPECT_TRUE(noticesFor(report)[1].Contains("(12)"));
 }
+
+TEST(DetectionNotices, TellOnceAboutALibraryThatMisbehaves) {
+    AiReport report;
+    report.hadDetector = true;
+    report.complaints = {"The detection library reports probabilities that are no numbers: dropped",
+                         "The detection library reports boxes far beyond the frame: cut"};
+    ASSERT_EQ(noticesFor(report).size(), 1u);
+    EXPECT_TRUE(noticesFor(report)[0].StartsWith("The detection library did not work as it should"));
+    report.failedFrames = 1;
+    ASSERT_EQ(noticesFor(report).size(), 1u) << "the same advice";
+    EXPECT_TRUE(noticesFor(report)[0].StartsWith("The detection failed on some frames"));
+}

@@ -167,6 +167,17 @@ TEST_F(MainFrameDetection, FramesThatFailedAreCounted) {
     EXPECT_THAT(bars(), ElementsAre(StartsWith("The detection failed on some frames (")));
 }
 
+TEST_F(MainFrameDetection, ALibraryThatReportsNonsenseIsToldOnce) {
+    openWith("hit 1 10 20 60 60 nan 0\nhit 2 10 20 60 60 0.9 77\nhit 3 5000 20 60 60 0.9 0\nhit 4 10 20 60 "
+             "60 0.9 0\n");
+    detect();
+    EXPECT_GT(blurCount(), 0u) << "what makes sense is kept";
+    EXPECT_THAT(bars(), ElementsAre(StartsWith("The detection library did not work as it should")));
+    openWith("count 5000\n");
+    detect();
+    EXPECT_THAT(bars(), ElementsAre(StartsWith("The detection library did not work as it should")));
+}
+
 TEST_F(MainFrameDetection, AVideoThatHasBecomeShorterIsToldAboutThePassThatSawNotAllOfIt) {
     openWith("hit 0 10 20 60 60 0.9 0\n");
     const std::string video = folder_.file("cut.mp4");
