@@ -20,7 +20,8 @@ import unittest
 
 TOOLS = ["Xvfb", "openbox", "xdotool", "wmctrl", "xwininfo", "import"]
 SKIPPED = 77
-LIMIT = 30.0
+# Seconds; a machine that has much else to do takes more.
+LIMIT = float(os.environ.get("SHROUD_GUI_LIMIT", "60"))
 BAR_HEIGHT = 32
 
 options = None

@@ -8,6 +8,10 @@
 // SHROUD_FAULT_READS    set: reading counts instead of changing
 // SHROUD_FAULT_MEMORY   allocations of at least so many bytes fail
 // SHROUD_FAULT_CLOCK    seconds that the wall clock jumps at every look at it, forth and back
+// SHROUD_FAULT_CONTROL  a file with two numbers: a round and the call that fails in it, which counts from 1
+// in each
+//                       round; nothing fails and no clock jumps while there is no such file. Allocations are
+//                       calls then, too, and only that one fails.
 // SHROUD_FAULT_REPORT   a file that gets one line for every call that counts; those that fail begin with "!"
 
 #include <atomic>
@@ -46,6 +50,7 @@ struct Settings {
     bool reads;
     size_t memory;
     long clock;
+    const char* control;
     const char* report;
 };
 /// Zeros, thus no faults, until the environment has been read.
@@ -63,6 +68,7 @@ __attribute__((constructor)) void readEnvironment() {
                 std::getenv("SHROUD_FAULT_READS") != nullptr,
                 static_cast<size_t>(number("SHROUD_FAULT_MEMORY")),
                 number("SHROUD_FAULT_CLOCK"),
+                std::getenv("SHROUD_FAULT_CONTROL"),
                 std::getenv("SHROUD_FAULT_REPORT")};
 }
 
@@ -72,6 +78,30 @@ Function next(const char* name) {
 }
 
 std::atomic<long> calls{0};
+
+/// The call that fails, 0 for none. Counting starts again where the file says so.
+long failingCall() {
+    if (!settings.control)
+        return settings.call;
+    const long file = syscall(SYS_openat, AT_FDCWD, settings.control, O_RDONLY | O_CLOEXEC, 0);
+    if (file < 0)
+        return 0;
+    char text[64] = {};
+    syscall(SYS_read, file, text, sizeof text - 1);
+    syscall(SYS_close, file);
+    char* rest = text;
+    const long round = std::strtol(text, &rest, 10);
+    static std::atomic<long> lastRound{0};
+    if (lastRound.exchange(round) != round)
+        calls = 0;
+    return std::strtol(rest, nullptr, 10);
+}
+
+bool failsNow() {
+    const long failing = failingCall();
+    const long count = ++calls;
+    return failing > 0 && (count == failing || (count > failing && settings.lasting));
+}
 
 void report(const char* call, bool fails) {
     if (!settings.report)
@@ -105,9 +135,7 @@ bool isMeant(int file) {
 bool fails(const char* call, bool isReading = false) {
     if (isReading != settings.reads)
         return false;
-    const long count = ++calls;
-    const bool now =
-        settings.call > 0 && (count == settings.call || (count > settings.call && settings.lasting));
+    const bool now = failsNow();
     report(call, now);
     if (now)
         errno = settings.error;
@@ -126,14 +154,18 @@ bool failsOn(File file, const char* call, bool isReading = false) {
 bool isTooLarge(size_t bytes) {
     if (settings.memory == 0 || bytes < settings.memory)
         return false;
-    report("memory", true);
-    errno = ENOMEM;
-    return true;
+    const int before = errno;
+    const bool now = !settings.control || failsNow();
+    report("memory", now);
+    errno = now ? ENOMEM : before;
+    return now;
 }
 
 /// Seconds to add to the wall clock this time.
 long jump() {
     static std::atomic<unsigned> looks{0};
+    if (settings.control && failingCall() == 0)
+        return 0;
     return looks++ % 2 == 0 ? settings.clock : -settings.clock;
 }
 
