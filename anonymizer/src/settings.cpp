@@ -6,15 +6,17 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <vector>
 
+#include <wx/arrstr.h>
 #include <wx/file.h>
 #include <wx/fileconf.h>
 #include <wx/filename.h>
 #include <wx/log.h>
 #include <wx/sstream.h>
 #include <wx/stdpaths.h>
-#include <wx/textfile.h>
+#include <wx/textbuf.h>
 #include <wx/wfstream.h>
 
 #include "draftfile.h"
@@ -99,37 +101,75 @@ private:
     bool hasRepeatedGroup_ = false;
 };
 
-/// The lines of the file worth keeping, when there are others as well; nothing for a file in order.
-std::optional<wxString> salvage(const wxString& path) {
-    wxTextFile file;
-    if (!wxFileName::FileExists(path) || !file.Open(path, wxConvAuto()))
+/// The file's text, nothing when it isn't there. No value for a file that is there and can't be read to its
+/// end.
+std::optional<wxString> textOf(const wxString& path) {
+    const wxLogNull silence;
+    if (!wxFileName::FileExists(path))
+        return wxString();
+    wxFile file(path);
+    std::string bytes;
+    std::array<char, 4096> part;
+    ssize_t count = file.IsOpened() ? 1 : wxInvalidOffset;
+    while (count > 0) {
+        count = file.Read(part.data(), part.size());
+        bytes.append(part.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    }
+    if (count < 0)
         return std::nullopt;
+    return wxString(bytes.data(), wxConvAuto(), bytes.size());
+}
+
+/// The lines of the text worth keeping, when there are others as well; nothing for a text in order.
+std::optional<wxString> salvage(const wxString& text) {
     KeptLines kept;
     bool isDamaged = false;
-    for (std::size_t i = 0; i < file.GetLineCount(); ++i) {
-        if (isSafeLine(file[i]))
-            kept.add(file[i]);
+    for (const wxString& line :
+         wxSplit(wxTextBuffer::Translate(text, wxTextFileType_Unix), '\n', wxS('\0'))) {
+        if (isSafeLine(line))
+            kept.add(line);
         else
             isDamaged = true;
     }
     return isDamaged || kept.hasRepeatedGroup() ? std::optional<wxString>(kept.text()) : std::nullopt;
 }
 
+std::unique_ptr<wxFileConfig> parse(const wxString& text) {
+    wxStringInputStream lines(text);
+    return std::make_unique<wxFileConfig>(lines, wxConvUTF8);
+}
+
+/// The file as `save` would write it.
+wxString written(wxFileConfig& config) {
+    wxStringOutputStream stream;
+    config.Save(stream);
+    return stream.GetString();
+}
+
 /// The file in memory. Changes are not saved on destruction.
-std::unique_ptr<wxFileConfig> load(const wxString& path) {
-    const wxLogNull silence;
+struct Loaded {
     std::unique_ptr<wxFileConfig> config;
-    if (const std::optional<wxString> salvaged = salvage(path)) {
-        wxStringInputStream lines(*salvaged);
-        config = std::make_unique<wxFileConfig>(lines, wxConvUTF8);
+    /// False when a part of the file could not be read; the library takes that for the end of the file.
+    bool isWhole = false;
+};
+
+Loaded load(const wxString& path) {
+    const wxLogNull silence;
+    const std::optional<wxString> text = textOf(path);
+    Loaded loaded;
+    if (!text) {
+        loaded.config = parse({});
+    } else if (const std::optional<wxString> salvaged = salvage(*text)) {
+        loaded = {parse(*salvaged), true};
     } else {
         // Company and product only label the object. Local file only: with an empty global name the library
         // would still read a global file of its own choice.
-        config = std::make_unique<wxFileConfig>("Harmo Labs", "Tarvex Shroud", path, wxString(),
-                                                wxCONFIG_USE_LOCAL_FILE);
+        loaded.config = std::make_unique<wxFileConfig>("Harmo Labs", "Tarvex Shroud", path, wxString(),
+                                                       wxCONFIG_USE_LOCAL_FILE);
+        loaded.isWhole = written(*loaded.config) == written(*parse(*text));
     }
-    config->DisableAutoSave();
-    return config;
+    loaded.config->DisableAutoSave();
+    return loaded;
 }
 
 /// Replaces the file, at the end of a link if it is one, in one step; the library's own `Flush` first removes
@@ -147,19 +187,6 @@ bool save(wxFileConfig& config, const wxString& path) {
     return false;
 }
 
-/// False for a file that is there and can't be read to its end.
-bool isReadable(const wxString& path) {
-    const wxLogNull silence;
-    if (!wxFileName::FileExists(path))
-        return true;
-    wxFile file(path);
-    std::array<char, 4096> part;
-    ssize_t count = file.IsOpened() ? 1 : wxInvalidOffset;
-    while (count > 0)
-        count = file.Read(part.data(), part.size());
-    return count == 0;
-}
-
 /// Loads the file, lets `edit` change it and saves it, alone among all writers. `edit` returns false to leave
 /// the file as it is; a file that can't be read stays as it is too, with all that it may hold.
 template <class Edit>
@@ -168,11 +195,9 @@ void change(Edit edit) {
     const std::lock_guard<std::mutex> threads(mutex);
     const wxString path = configPath();
     const platform::FolderLock processes(folderPath());
-    // The library takes a file that it can't read for an empty one.
-    const bool wasReadable = isReadable(path);
-    const auto config = load(path);
-    if (wasReadable && isReadable(path) && edit(*config))
-        save(*config, path);
+    const Loaded loaded = load(path);
+    if (loaded.isWhole && edit(*loaded.config))
+        save(*loaded.config, path);
 }
 
 } // namespace
@@ -199,7 +224,7 @@ wxString configPath() {
 
 int32_t readInt(const wxString& key) {
     const wxLogNull silence;
-    const auto config = load(configPath());
+    const auto config = load(configPath()).config;
     long value = 0;
     if (!config->Read(key, &value))
         return 0;
@@ -209,7 +234,7 @@ int32_t readInt(const wxString& key) {
 
 bool readBool(const wxString& key) {
     const wxLogNull silence;
-    const auto config = load(configPath());
+    const auto config = load(configPath()).config;
     bool value = false;
     return config->Read(key, &value) && value;
 }

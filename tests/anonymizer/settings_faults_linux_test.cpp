@@ -65,14 +65,17 @@ TEST_F(SettingsFaults, AFailingWriteLeavesTheFileWhole) {
 }
 
 TEST_F(SettingsFaults, AFileThatCannotBeReadIsLeftAlone) {
-    for (int call = 1; call <= 12; ++call) {
-        SCOPED_TRACE(call);
-        fs::remove_all(root_.path() / "Tarvex Shroud");
-        settings::writeInt("stable", 42);
-        EXPECT_TRUE(writeKeys("SHROUD_FAULT_FILES=config.ini SHROUD_FAULT_READS=1 SHROUD_FAULT_LASTING=1 "
-                              "SHROUD_FAULT_ERROR=" +
-                              std::to_string(EIO) + " SHROUD_FAULT_CALL=" + std::to_string(call)));
-        EXPECT_EQ(listing(), "config.ini ");
-        EXPECT_EQ(settings::readInt("stable"), 42);
-    }
+    for (const std::string lasting : {"", "SHROUD_FAULT_LASTING=1 "})
+        for (int call = 1; call <= 12; ++call) {
+            SCOPED_TRACE(lasting + std::to_string(call));
+            fs::remove_all(root_.path() / "Tarvex Shroud");
+            settings::writeInt("stable", 42);
+            settings::writeInt("last", 43);
+            EXPECT_TRUE(writeKeys(lasting + "SHROUD_FAULT_FILES=config.ini SHROUD_FAULT_READS=1 " +
+                                  "SHROUD_FAULT_ERROR=" + std::to_string(EIO) +
+                                  " SHROUD_FAULT_CALL=" + std::to_string(call)));
+            EXPECT_EQ(listing(), "config.ini ");
+            EXPECT_EQ(settings::readInt("stable"), 42);
+            EXPECT_EQ(settings::readInt("last"), 43);
+        }
 }
