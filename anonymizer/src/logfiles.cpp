@@ -6,15 +6,15 @@
 #include <cstdlib>
 #include <ctime>
 #include <exception>
+#include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
-#include <wx/arrstr.h>
-#include <wx/dir.h>
 #include <wx/ffile.h>
-#include <wx/filename.h>
 #include <wx/intl.h>
 #include <wx/log.h>
 
@@ -29,22 +29,47 @@ constexpr const char* kTimeStamp = "%Y-%m-%d %H:%M:%S";
 /// This run's file; null before it is open. Open until the process ends.
 std::atomic<std::FILE*> logFile{nullptr};
 
+namespace fs = std::filesystem;
+
 struct LogFile {
-    wxString path;
-    std::time_t modified;
+    fs::path path;
+    fs::file_time_type modified;
 };
 
-wxArrayString listLogFiles(const wxString& folder) {
-    wxArrayString paths;
-    if (folder.empty() || !wxDir::Exists(folder))
-        return paths;
-    const wxDir dir(folder);
-    wxString name;
-    for (bool more = dir.IsOpened() && dir.GetFirst(&name, "*.log", wxDIR_FILES); more;
-         more = dir.GetNext(&name))
-        if (const wxString path = folder + wxFILE_SEP_PATH + name; wxFileName::FileExists(path))
-            paths.Add(path);
-    return paths;
+fs::path pathFrom(const wxString& text) {
+    return fs::u8path(text.utf8_string());
+}
+
+/// For the eye: a name may be made of bytes that are no text.
+wxString textFrom(const fs::path& path) {
+    constexpr wxUint32 kLastCharacter = 0x10FFFF;
+    std::string bytes = path.u8string();
+    const wxString text = wxString::FromUTF8(bytes);
+    // The library takes sequences of five bytes for characters, and then asserts that there are none.
+    if (!text.empty() && std::all_of(text.begin(), text.end(), [](const wxUniChar& character) {
+            return character.GetValue() <= kLastCharacter;
+        }))
+        return text;
+    std::replace_if(
+        bytes.begin(), bytes.end(), [](char byte) { return static_cast<unsigned char>(byte) > 127; }, '?');
+    return wxString::FromAscii(bytes.c_str());
+}
+
+/// Nothing when the folder can't be opened.
+std::optional<std::vector<LogFile>> listLogFiles(const wxString& folder) {
+    std::error_code failed;
+    fs::directory_iterator entry(pathFrom(folder), failed);
+    if (failed)
+        return std::nullopt;
+    std::vector<LogFile> files;
+    for (; !failed && entry != fs::directory_iterator(); entry.increment(failed)) {
+        std::error_code ignored;
+        const fs::path& path = entry->path();
+        const bool isHidden = path.filename().u8string()[0] == '.';
+        if (!isHidden && path.extension() == ".log" && entry->is_regular_file(ignored))
+            files.push_back({path, entry->last_write_time(ignored)});
+    }
+    return files;
 }
 
 /// The GUI library's log may be what failed, or its lock may be held: this line goes round it.
@@ -79,8 +104,6 @@ wxString nameFor(const wxDateTime& start) {
 void logTo(const wxString& path) {
     std::FILE* file = path.empty() ? nullptr : wxFopen(path, "a");
     if (!file) {
-        // What would be lines in a file are boxes on the screen now.
-        wxLog::SetLogLevel(wxLOG_Error);
         if (!path.empty())
             wxLogError(_("Log file %s could not be opened"), path);
         return;
@@ -92,37 +115,28 @@ void logTo(const wxString& path) {
 }
 
 void delOldLogFiles(const wxString& folder, const wxString& current) {
-    bool readable = !folder.empty() && wxDir::Exists(folder);
-    if (readable) {
-        const wxLogNull quiet;
-        readable = wxDir(folder).IsOpened();
-    }
-    if (!readable) {
+    const std::optional<std::vector<LogFile>> found = listLogFiles(folder);
+    if (!found) {
         wxLogError("Could not open log directory: %s", folder);
         return;
     }
-    std::vector<LogFile> files;
-    for (const wxString& path : listLogFiles(folder))
-        files.push_back({path, wxFileModificationTime(path)});
-    if (files.size() <= kKept)
+    if (found->size() <= kKept)
         return;
+    std::vector<LogFile> files = *found;
     std::sort(files.begin(), files.end(),
               [](const LogFile& first, const LogFile& second) { return first.modified < second.modified; });
     // This run's file counts as the newest even when others bear a time in the future.
-    const auto own =
-        std::find_if(files.begin(), files.end(), [&](const LogFile& file) { return file.path == current; });
+    const auto own = std::find_if(files.begin(), files.end(),
+                                  [&](const LogFile& file) { return file.path == pathFrom(current); });
     if (own != files.end())
         std::rotate(own, own + 1, files.end());
     files.resize(files.size() - kKept);
     for (const LogFile& file : files) {
-        const bool removed = [&] {
-            const wxLogNull quiet;
-            return wxRemoveFile(file.path);
-        }();
-        if (removed)
-            wxLogMessage("Deleted old log file: %s", file.path);
+        std::error_code failed;
+        if (fs::remove(file.path, failed))
+            wxLogMessage("Deleted old log file: %s", textFrom(file.path));
         else
-            wxLogError("Failed to remove log file: %s", file.path);
+            wxLogError("Failed to remove log file: %s", textFrom(file.path));
     }
 }
 

@@ -10,8 +10,8 @@ namespace logfiles {
 wxString nameFor(const wxDateTime& start);
 
 /// Makes the file the target of the GUI library's log, appending, each line with a time stamp. On failure
-/// the log's target stays, which shows lines to the user: it gets an error line, and from then on nothing but
-/// errors. The same, without the line, for an empty path.
+/// the log's target stays, which shows its lines to the user, and gets an error line. With an empty path it
+/// stays too.
 void logTo(const wxString& path);
 
 /// Removes all but the ten newest "*.log" files of the folder by modification time, never `current`
