@@ -28,6 +28,8 @@ namespace {
 
 constexpr const char* kName = "Tarvex Shroud";
 const wxSize kFrameSize(800, 580);
+/// What the last steps of a worker may take.
+constexpr std::chrono::seconds kWorkersEnd{2};
 
 } // namespace
 
@@ -38,6 +40,8 @@ Anonymizer::Anonymizer() {
 bool Anonymizer::OnInit() {
     // The window system's start has set the user's locale.
     platform::setTextEncoding();
+    platform::onStopSignals(
+        [](int signal) { static_cast<Anonymizer*>(wxAppConsole::GetInstance())->stopBySignal(signal); });
     wxInitAllImageHandlers();
     SetAppDisplayName(kName);
     openLog();
@@ -74,9 +78,20 @@ wxString Anonymizer::videoFromCommandLine() {
     return path;
 }
 
+void Anonymizer::stopBySignal(int signal) {
+    const auto end = [signal] {
+        workerend::wait(kWorkersEnd);
+        platform::endBySignal(signal);
+    };
+    if (frame_)
+        frame_->stopExport(end);
+    else
+        end();
+}
+
 int Anonymizer::OnRun() {
     const int exitCode = wxApp::OnRun();
-    workerend::wait(std::chrono::seconds(2));
+    workerend::wait(kWorkersEnd);
     return exitCode;
 }
 

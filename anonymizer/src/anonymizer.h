@@ -30,6 +30,9 @@ public:
     void OnAssertFailure(const wxChar* file, int line, const wxChar* function, const wxChar* condition,
                          const wxChar* message) override;
 
+    /// Ends the process by the signal, an export's file being closed in good order before that.
+    void stopBySignal(int signal);
+
 private:
     void openLog();
     /// The video named on the command line; empty when there is none.

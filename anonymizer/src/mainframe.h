@@ -15,6 +15,7 @@
 #include "safeprogress.h"
 #include "video_backend.h"
 
+class RunningThread;
 class ScanProgress;
 class WindowLink;
 class VideoCanvas2;
@@ -47,6 +48,10 @@ public:
     /// Writes the anonymised copy of the open video. Refusals and failures are message boxes. Does nothing
     /// before the video is ready or while a worker runs.
     void exportTo(const wxString& outputPath);
+
+    /// Stops a running export, whose file becomes a shorter one, and calls `stopped` once that is closed; at
+    /// once when none runs.
+    void stopExport(std::function<void()> stopped);
 
     /// True while a dropped video must be refused: one is being pre-processed, a worker runs or the user
     /// chooses a file.
@@ -105,6 +110,7 @@ private:
     /// Shows the progress of a worker that is about to start; from here on the window can't be used.
     void startWorker(Worker worker, const wxString& title, const wxString& message);
     void endWorker();
+    void endExport();
     /// Replaces the player by one that has no video yet. The canvas must not have the one before.
     void makePlayer();
     void closeVideo();
@@ -159,6 +165,10 @@ private:
     /// From the start of a worker to its end. A video opened meanwhile would take the blurs away from the
     /// rest of an export, and what it should hide would go out clear.
     Worker worker_ = Worker::None;
+    /// Of the export that runs or ran last; null before its thread runs.
+    std::shared_ptr<RunningThread> export_;
+    /// Called at the end of the export; empty unless somebody waits for it.
+    std::function<void()> exportStopped_;
     /// How the detection that runs or ran last went; read only after it has finished.
     std::shared_ptr<AiReport> report_;
     /// What the workers know of this window.

@@ -1,4 +1,5 @@
 #include <memory>
+#include <utility>
 
 #include <wx/filedlg.h>
 #include <wx/filename.h>
@@ -9,6 +10,7 @@
 #include "exporttarget.h"
 #include "mainframe.h"
 #include "platform.h"
+#include "runningthread.h"
 #include "scopedflag.h"
 #include "switches.h"
 #include "videocanvas.h"
@@ -91,10 +93,12 @@ void MainFrame::exportTo(const wxString& outputPath) {
     canvas_->pause();
     std::unique_ptr<ExportWorker> worker(
         createExportWorker(switches::editingMode, outputPath, videoInfo(), link_.get()));
-    worker->setDone([this, link = link_, outputPath](ExportResult result, const wxString& reason) {
+    const auto running = std::make_shared<RunningThread>(*worker);
+    worker->setDone([this, running, link = link_, outputPath](ExportResult result, const wxString& reason) {
+        running->ends();
         link->queue([this, result, outputPath, reason] {
             calls_.run([this, result, outputPath, reason] {
-                endWorker();
+                endExport();
                 // Shown outside the queue: a box waits for the user, and the next call must not wait for it.
                 CallAfter([this, result, outputPath, reason] { onExportDone(result, outputPath, reason); });
             });
@@ -103,10 +107,30 @@ void MainFrame::exportTo(const wxString& outputPath) {
     startWorker(Worker::Export, _("Export"), wxString::Format(_("Exporting video %s"), outputPath));
     if (worker->Run() == wxTHREAD_NO_ERROR) {
         worker.release();
+        export_ = running;
+        if (exportStopped_)
+            export_->stop();
         return;
     }
-    endWorker();
+    endExport();
     onExportDone(ExportResult::Failed, outputPath, _("The export could not be started."));
+}
+
+void MainFrame::stopExport(std::function<void()> stopped) {
+    if (worker_ != Worker::Export) {
+        stopped();
+        return;
+    }
+    exportStopped_ = std::move(stopped);
+    if (export_)
+        export_->stop();
+}
+
+void MainFrame::endExport() {
+    endWorker();
+    export_.reset();
+    if (exportStopped_)
+        exportStopped_();
 }
 
 void MainFrame::onExportDone(ExportResult result, const wxString& outputPath, const wxString& reason) {

@@ -77,6 +77,13 @@ bool isTerminal(std::FILE* stream);
 /// calls that wait return with EINTR then. A signal that the program was started to ignore stays ignored.
 void catchStopSignals(void (*handler)(int));
 
+/// Has `handler` called with every such signal, on the main thread by its event loop. To be called while the
+/// GUI library's application exists. Does nothing where the system asks the windows instead (Windows).
+void onStopSignals(void (*handler)(int signal));
+
+/// Ends the process by that signal, as if it had never been caught.
+[[noreturn]] void endBySignal(int signal);
+
 /// Turns writing to a closed pipe or past a file size limit into an ordinary write error.
 void ignoreWriteSignals();
 

@@ -15,6 +15,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <wx/app.h>
+
 namespace platform {
 namespace {
 
@@ -36,6 +38,17 @@ int openFolder(const wxString& folder) {
 template <typename Function>
 Function loadedFunction(const char* name) {
     return reinterpret_cast<Function>(dlsym(RTLD_DEFAULT, name));
+}
+
+/// Those that ask a program to end, without those that it was started to ignore.
+std::vector<int> heededStopSignals() {
+    std::vector<int> signals;
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction action = {};
+        if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
+            signals.push_back(signal);
+    }
+    return signals;
 }
 
 /// True when the blank-separated list has the word.
@@ -214,15 +227,25 @@ void reportEveryMotion(void* nativeWindow) {
 }
 
 void catchStopSignals(void (*handler)(int)) {
-    for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const int signal : heededStopSignals()) {
         struct sigaction action = {};
-        if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN)
-            continue;
-        action = {};
         action.sa_handler = handler;
         sigemptyset(&action.sa_mask);
         sigaction(signal, &action, nullptr);
     }
+}
+
+void onStopSignals(void (*handler)(int)) {
+    if (auto* const application = wxAppConsole::GetInstance())
+        for (const int signal : heededStopSignals())
+            application->SetSignalHandler(signal, handler);
+}
+
+void endBySignal(int signal) {
+    std::signal(signal, SIG_DFL);
+    raise(signal);
+    // Somebody blocks it.
+    _exit(128 + signal);
 }
 
 void ignoreWriteSignals() {

@@ -184,6 +184,12 @@ void catchStopSignals(void (*handler)(int)) {
             std::signal(signal, SIG_IGN);
 }
 
+void onStopSignals(void (*)(int)) {}
+
+void endBySignal(int signal) {
+    std::_Exit(128 + signal);
+}
+
 void ignoreWriteSignals() {}
 
 } // namespace platform

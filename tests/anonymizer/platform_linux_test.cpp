@@ -193,6 +193,18 @@ TEST(StopSignals, WakeAProcessThatWaitsForAPipe) {
     EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
+TEST(StopSignals, EndTheProcessThoughTheyWereCaught) {
+    const pid_t child = fork();
+    if (child == 0) {
+        platform::catchStopSignals([](int) {});
+        platform::endBySignal(SIGTERM);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WTERMSIG(status), SIGTERM);
+}
+
 TEST(StopSignals, ThoseIgnoredFromTheStartStayIgnored) {
     const pid_t child = fork();
     if (child == 0) {

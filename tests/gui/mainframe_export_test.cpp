@@ -258,6 +258,35 @@ TEST_F(MainFrameExport, AWindowMayHaveToCloseWithinAnUpdateOfItsProgress) {
     ASSERT_TRUE(test::runUntil([this] { return log_.contains("[VideoExportThread] Thread destroyed"); }));
 }
 
+TEST_F(MainFrameExport, AStoppedExportIsClosedBeforeThatIsTold) {
+    openReady("gop_250.mp4");
+    addBlur(2);
+    const std::string output = folder_.file("out.mp4");
+    frame_->exportTo(wxString::FromUTF8(output));
+    bool stopped = false;
+    frame_->stopExport([&] {
+        EXPECT_FALSE(frame_->refusesVideos());
+        stopped = true;
+    });
+    EXPECT_FALSE(stopped) << "the worker is not waited for";
+    ASSERT_TRUE(test::runUntil([&] { return stopped; }));
+    test::runPending();
+    EXPECT_TRUE(dialogs_.boxes.empty());
+    EXPECT_GT(fs::file_size(fs::u8path(output)), 0u);
+    expectVideoAndBlursKept();
+}
+
+TEST_F(MainFrameExport, WithoutAnExportThereIsNothingToStop) {
+    int calls = 0;
+    frame_->stopExport([&] { ++calls; });
+    EXPECT_EQ(calls, 1);
+    openReady("odd_321x181.mp4");
+    exportTo(folder_.file("out.mp4"));
+    EXPECT_EQ(calls, 1);
+    frame_->stopExport([&] { ++calls; });
+    EXPECT_EQ(calls, 2);
+}
+
 TEST_F(MainFrameExport, TheThresholdOfTheMenuDecidesWhatIsHidden) {
     openReady("odd_321x181.mp4");
     const auto exported = [this](const std::string& name) {

@@ -3,6 +3,7 @@
 import json
 import os
 import shutil
+import signal
 import subprocess
 
 import driver
@@ -245,6 +246,35 @@ class Shell(menus.MenuTest):
         self.wait_no_title(app, "Export")
         self.assertEqual(self.frames_of(output), 250)
         self.assertEqual(app.close(), 0)
+
+    def test_a_stop_signal_during_an_export_leaves_a_readable_file(self):
+        app = self.ready("gop_250_1080p.mp4")
+        output = os.path.join(app.home, "cut.mp4")
+        app.key("ctrl+e")
+        self.type_file(app, "Export video file", output)
+        driver.wait_until(lambda: os.path.exists(output) and os.path.getsize(output) > 10000, "frames in the file")
+        app.process.send_signal(signal.SIGTERM)
+        self.assertEqual(app.process.wait(driver.LIMIT), -signal.SIGTERM)
+        self.assertIn("[VideoExportThread] Thread destroyed", app.log())
+        frames = self.frames_of(output)
+        self.assertGreater(frames, 0)
+        self.assertLess(frames, 300)
+
+    def test_a_stop_signal_during_the_detection_ends_at_once(self):
+        app = self.ready("gop_250.mp4", home=self.home_with_detector())
+        self.choose(app, "Tools", (TOOLS, "AI"), (AI, "Blur humans"))
+        app.process.send_signal(signal.SIGTERM)
+        self.assertEqual(app.process.wait(driver.LIMIT), -signal.SIGTERM)
+
+    def test_a_stop_signal_ends_the_idle_window_even_behind_a_dialog(self):
+        for stop in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
+            app = self.start()
+            app.main_window()
+            if stop == signal.SIGTERM:
+                app.key("ctrl+o")
+                self.dialog(app, "Open video file")
+            app.process.send_signal(stop)
+            self.assertEqual(app.process.wait(driver.LIMIT), -stop)
 
     def test_alt_f4_closes_the_idle_window(self):
         app = self.ready()
