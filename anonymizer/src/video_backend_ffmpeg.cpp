@@ -173,15 +173,14 @@ bool Decoder_ffmpeg::decodeNext(FrameDetails* details) {
         if (delivered)
             return true;
     }
-    noteReadError();
+    noteError(format_->pb ? format_->pb->error : 0);
     // Otherwise a target that never came up would swallow whatever is played next.
     seekPending_ = false;
     return false;
 }
 
 /// Reading ends alike with the file and with an error of the disk; only what lies below knows which it was.
-void Decoder_ffmpeg::noteReadError() {
-    const int code = format_->pb ? format_->pb->error : 0;
+void Decoder_ffmpeg::noteError(int code) {
     if (code >= 0 || code == AVERROR_EOF || code == AVERROR_EXIT || !readError_.empty())
         return;
     readError_ = ffmpeg::errorText(code);
@@ -211,6 +210,9 @@ bool Decoder_ffmpeg::decodePacket(FrameDetails* details) {
             };
         return true;
     }
+    // Damaged pictures are passed over in silence; one that only found no room is missing from a sound file.
+    if (result == AVERROR(ENOMEM))
+        noteError(result);
     return false;
 }
 

@@ -75,8 +75,9 @@ public:
 
     StreamTraits traits() const;
 
-    /// Why the file could not be read on, when that has happened since `open`; empty when it could. The
-    /// frames end there as at the end of the file. Logged like a failed opening.
+    /// Why frames are missing, when that has happened since `open`; empty otherwise. Where the file could not
+    /// be read on they end as at the end of the file; one that found no memory is skipped. Logged like a
+    /// failed opening.
     wxString readError() const { return readError_; }
 
     /// While `*flag` is true a running `open` or `scan` ends at the next read, and `next` returns false. May
@@ -102,7 +103,8 @@ private:
     bool openFile(const wxString& path);
     bool openCodec();
     bool fail(int code);
-    void noteReadError();
+    /// Keeps and logs what is no end of the file, the first time.
+    void noteError(int code);
     bool decodeNext(FrameDetails* details);
     bool decodePacket(FrameDetails* details);
     bool isWanted(const AVFrame& frame);

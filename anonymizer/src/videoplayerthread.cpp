@@ -174,16 +174,18 @@ void VideoPlayerThread::seek(int frame) {
     setSeeking(true);
     const bool decoded = decoder_->seek(frame) && decoder_->next();
     setSeeking(false);
-    if (!decoded)
-        return;
     {
         const std::lock_guard<std::mutex> lock(queueMutex_);
         if (seekIsNext()) {
-            queueSignal_.Post();
+            if (decoded)
+                queueSignal_.Post();
             return;
         }
     }
-    deliver();
+    if (decoded)
+        deliver();
+    else if (!exitRequested)
+        wxLogError("[VideoPlayerThread] There is no picture of frame %d", frame);
 }
 
 void VideoPlayerThread::endOfSeek() {

@@ -112,9 +112,13 @@ TEST_F(VideoPlayerSeek, FailuresDeliverNothingAndReturnToIdle) {
     EXPECT_EQ(decoder->countCalls("next"), 2) << "only after a successful seek";
     EXPECT_EQ(decoder->countCalls("convert"), 1) << "only after a successful decode";
     EXPECT_EQ(decoder->countCalls("seek -3"), 1);
-    EXPECT_TRUE(log.lines(wxLOG_Error).empty());
     player->seek(10);
     EXPECT_TRUE(events.waitFor("frame 10"));
+    player.reset();
+    std::vector<std::string> told;
+    for (const int frame : {2, 3, 0, 11, -3})
+        told.push_back("[VideoPlayerThread] There is no picture of frame " + std::to_string(frame));
+    EXPECT_EQ(log.lines(wxLOG_Error), told) << "a failed conversion is silent";
 }
 
 TEST_F(VideoPlayerSeek, PictureHasTheVideosSizeAndIsZeroBeforeTheConversion) {

@@ -1,6 +1,9 @@
 """The menu bar and the dialogs of the program, used by mouse and by key."""
 
+import json
 import os
+import shutil
+import subprocess
 
 import driver
 
@@ -20,6 +23,29 @@ HELP = ["Language", "About"]
 
 
 class MenuTest(driver.GuiTest):
+    def ready(self, name="plain.mp4", **named):
+        """The program at a place where its menus fit on the screen, with the clip's first frame."""
+        app = self.open(name, **named)
+        app.wait_number(1)
+        app.move_window(60, 60)
+        app.still_shot()
+        return app
+
+    def home_with_detector(self, score="0.9"):
+        """A home folder with a fake detection library that finds the same in every frame."""
+        library = os.path.join(driver.options.tools, "..", "lib", "tests", "fake_doriq.so")
+        if not os.path.exists(library):
+            self.skipTest("there is no fake detection library")
+        home = self.home()
+        folder = os.path.join(home, ".config", "Tarvex Shroud", "Plugins", "Tarvex AI")
+        model = os.path.join(folder, "Resources", "yolov4-tiny")
+        os.makedirs(model)
+        shutil.copy(library, os.path.join(folder, "Doriq.so"))
+        for name, content in (("a.names", "person\n"), ("a.cfg", "\n"), ("a.weights", "hit 0 100 60 40 40 %s 0\n" % score)):
+            with open(os.path.join(model, name), "w", encoding="utf-8") as file:
+                file.write(content)
+        return home
+
     # --- windows and menus
 
     def place(self, window):
@@ -120,3 +146,9 @@ class MenuTest(driver.GuiTest):
         path = os.path.join(app.env["XDG_CONFIG_HOME"], "Tarvex Shroud", "config.ini")
         with open(path, encoding="utf-8") as text:
             return dict(line.strip().split("=", 1) for line in text if "=" in line)
+
+    def frames_of(self, path):
+        """Decoded by a tool that knows nothing of the product."""
+        out = subprocess.run(["ffprobe", "-v", "error", "-count_frames", "-show_entries", "stream=nb_read_frames",
+                              "-of", "json", path], stdout=subprocess.PIPE, check=True).stdout
+        return int(json.loads(out)["streams"][0]["nb_read_frames"])

@@ -1,10 +1,7 @@
 """The application around the canvas: menus by mouse and by key, dialogs, settings, shutdown."""
 
-import json
 import os
-import shutil
 import signal
-import subprocess
 
 import driver
 import menus
@@ -12,32 +9,6 @@ from menus import AI, FILE, HELP, MODE, PREBLUR, SETTINGS, SPEED, THRESHOLD, TOO
 
 
 class Shell(menus.MenuTest):
-    def ready(self, name="plain.mp4", **named):
-        app = self.open(name, **named)
-        app.wait_number(1)
-        app.move_window(60, 60)
-        app.still_shot()
-        return app
-
-    def home_with_detector(self, score="0.9"):
-        library = os.path.join(driver.options.tools, "..", "lib", "tests", "fake_doriq.so")
-        if not os.path.exists(library):
-            self.skipTest("there is no fake detection library")
-        home = self.home()
-        folder = os.path.join(home, ".config", "Tarvex Shroud", "Plugins", "Tarvex AI")
-        model = os.path.join(folder, "Resources", "yolov4-tiny")
-        os.makedirs(model)
-        shutil.copy(library, os.path.join(folder, "Doriq.so"))
-        for name, content in (("a.names", "person\n"), ("a.cfg", "\n"), ("a.weights", "hit 0 100 60 40 40 %s 0\n" % score)):
-            with open(os.path.join(model, name), "w", encoding="utf-8") as file:
-                file.write(content)
-        return home
-
-    def frames_of(self, path):
-        out = subprocess.run(["ffprobe", "-v", "error", "-count_frames", "-show_entries", "stream=nb_read_frames",
-                              "-of", "json", path], stdout=subprocess.PIPE, check=True).stdout
-        return int(json.loads(out)["streams"][0]["nb_read_frames"])
-
     # --- settings
 
     def test_two_runs_at_once_both_log_and_keep_each_others_settings(self):
