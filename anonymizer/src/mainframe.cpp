@@ -57,8 +57,6 @@ MainFrame::~MainFrame() {
     link_->cut();
     canvas_->set(nullptr);
     player_.reset();
-    // Lines logged by threads wait for the event loop, which is about to end.
-    wxLog::FlushActive();
 }
 
 void MainFrame::loadIcon() {

@@ -141,6 +141,47 @@ class Pixels:
         self.x11.XCloseDisplay(self.display)
 
 
+class Selections:
+    """What other programs offer to be pasted: PRIMARY, the text marked last, and CLIPBOARD, the text copied last."""
+
+    def __init__(self, screen):
+        self.x11 = ctypes.CDLL("libX11.so.6")
+        self.x11.XOpenDisplay.restype = ctypes.c_void_p
+        for name in ("XDefaultRootWindow", "XCreateSimpleWindow", "XInternAtom"):
+            getattr(self.x11, name).restype = ctypes.c_ulong
+        self.display = ctypes.c_void_p(self.x11.XOpenDisplay(screen.env["DISPLAY"].encode()))
+        root = ctypes.c_ulong(self.x11.XDefaultRootWindow(self.display))
+        self.window = ctypes.c_ulong(self.x11.XCreateSimpleWindow(self.display, root, 0, 0, 1, 1, 0, 0, 0))
+
+    def atom(self, name):
+        return ctypes.c_ulong(self.x11.XInternAtom(self.display, name.encode(), 0))
+
+    def text(self, name):
+        """Empty when nobody offers any."""
+        kind, place, now = self.atom("UTF8_STRING"), self.atom("SHROUD_TEST"), ctypes.c_ulong(0)
+        self.x11.XConvertSelection(self.display, self.atom(name), kind, place, self.window, now)
+        event = (ctypes.c_long * 24)()
+        selection_notify = 31
+        wait_until(lambda: self.x11.XCheckTypedWindowEvent(self.display, self.window, selection_notify, event),
+                   "an answer about the selection")
+        return self.property(place)
+
+    def property(self, place):
+        kind, form, count, rest = ctypes.c_ulong(), ctypes.c_int(), ctypes.c_ulong(), ctypes.c_ulong()
+        data = ctypes.c_void_p()
+        start, size, delete, any_kind = ctypes.c_long(0), ctypes.c_long(1 << 20), 1, ctypes.c_ulong(0)
+        self.x11.XGetWindowProperty(self.display, self.window, place, start, size, delete, any_kind,
+                                    ctypes.byref(kind), ctypes.byref(form), ctypes.byref(count),
+                                    ctypes.byref(rest), ctypes.byref(data))
+        text = ctypes.string_at(data, count.value).decode(errors="replace") if data else ""
+        if data:
+            self.x11.XFree(data)
+        return text
+
+    def close(self):
+        self.x11.XCloseDisplay(self.display)
+
+
 class App:
     """The program, started with a fresh home folder."""
 

@@ -138,10 +138,11 @@ class Drop(menus.MenuTest):
 
     def test_a_video_by_its_name_only_is_an_error_box(self):
         app = self.program()
-        self.drag(app, self.write("text.mp4", "no video"))
-        driver.wait_until(lambda: "Error" in app.titles(), "the error box")
-        self.screen.xdotool("key", "Return")
-        driver.wait_until(lambda: app.titles() == ["Tarvex Shroud"], "the box to close")
+        path = self.write("text.mp4", "no video")
+        self.drag(app, path)
+        self.read_box(app, "Error while opening the video file %s: Invalid data found when processing input" % path,
+                      "The file may be damaged, unfinished or protected, or it may be no video at all.")
+        self.assertEqual(app.titles(), ["Tarvex Shroud"])
 
 
 if __name__ == "__main__":

@@ -177,8 +177,9 @@ class Shell(menus.MenuTest):
         app.wait_number(1)
         app.key("ctrl+o")
         self.type_file(app, "Open video file", os.path.join(driver.options.media, "text.mp4"))
-        self.key_in(app, "Error", "Return")
-        self.wait_no_title(app, "Error")
+        self.read_box(app, "Error while opening the video file %s/text.mp4: Invalid data found when processing input"
+                      % driver.options.media,
+                      "The file may be damaged, unfinished or protected, or it may be no video at all.")
         self.assertEqual(app.titles(), ["Tarvex Shroud"])
         picture = app.still_shot()
         self.assertEqual(picture.pixel(picture.width // 2, picture.height // 2), (32, 32, 32))
@@ -196,9 +197,37 @@ class Shell(menus.MenuTest):
         app = self.ready()
         app.key("ctrl+e")
         self.type_file(app, "Export video file", "/proc/none.mp4")
-        self.key_in(app, "Error", "Return")
-        self.wait_no_title(app, "Error")
+        self.read_box(app, "Error while exporting the video file /proc/none.mp4: No such file or directory")
         app.wait_number(1)
+
+    def test_export_to_a_folder_without_permission_is_an_error_box(self):
+        home = self.home()
+        folder = os.path.join(home, "locked")
+        os.mkdir(folder)
+        os.chmod(folder, 0o555)
+        app = self.start_as_nobody(home, "--video", os.path.join(driver.options.media, "plain.mp4"), keep=[folder])
+        app.wait_number(1)
+        output = os.path.join(folder, "out.mp4")
+        app.key("ctrl+e")
+        self.type_file(app, "Export video file", output)
+        self.read_box(app, "Error while exporting the video file %s: Permission denied" % output)
+        self.assertEqual(os.listdir(folder), [])
+        app.wait_number(1)
+
+    def test_export_onto_the_open_video_is_an_error_box(self):
+        home = self.home()
+        source = os.path.join(home, "source.mp4")
+        shutil.copy(os.path.join(driver.options.media, "plain.mp4"), source)
+        link = os.path.join(home, "link.mp4")
+        os.symlink(source, link)
+        app = self.start("--video", source, home=home)
+        app.wait_number(1)
+        for output in (source, link):
+            app.key("ctrl+e")
+            self.type_file(app, "Export video file", output, replace=True)
+            self.read_box(app, "The file %s is the open video itself and can't be replaced by its export." % output,
+                          "Choose another name or folder.")
+        self.assertEqual(self.frames_of(source), 250)
 
     # --- closing
 
