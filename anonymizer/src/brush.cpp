@@ -21,14 +21,10 @@ int32_t sizeAfterWheel(int32_t size, int rotation, view::Size frame) {
 }
 
 view::Rect square(view::Point centre, int32_t size, view::Size frame) {
-    if (size < 1)
+    if (size < 1 || frame.width < 1 || frame.height < 1)
         return {};
-    const int32_t w = std::min(size, frame.width);
-    const int32_t h = std::min(size, frame.height);
-    if (w < 1 || h < 1)
-        return {};
-    return {std::clamp(centre.x - size / 2, 0, frame.width - w),
-            std::clamp(centre.y - size / 2, 0, frame.height - h), w, h};
+    return {std::clamp(centre.x - size / 2, 0, std::max(frame.width - size, 0)),
+            std::clamp(centre.y - size / 2, 0, std::max(frame.height - size, 0)), size, size};
 }
 
 view::Point centreOf(const view::Rect& square) {

@@ -14,8 +14,8 @@ namespace brush {
 int32_t sizeAfterWheel(int32_t size, int rotation, view::Size frame);
 
 /// The rectangle that a dab at `centre` (a video pixel) adds: a square of side `size` around it, moved into
-/// the frame where it reaches beyond and cut to the frame where it is larger. Empty when `size` or the frame
-/// is below one pixel.
+/// the frame where it reaches beyond. A square larger than the frame begins at the frame's corner and reaches
+/// beyond the other end. Empty when `size` or the frame is below one pixel.
 view::Rect square(view::Point centre, int32_t size, view::Size frame);
 
 /// Video pixel that `square` is centred on, so that squaring it again gives the same rectangle.

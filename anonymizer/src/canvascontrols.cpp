@@ -40,7 +40,6 @@ CanvasControls::CanvasControls(Callbacks callbacks) {
         readPicture("ano_del.png"), {}, [onDelete = std::move(callbacks.onDeleteBlur)](int) { onDelete(); },
         _("Delete blur"));
     bar_.setEnabled(ai_, false);
-    blurButtons_.setEnabled(deleteBlur_, false);
     setVideo(false, 0);
 }
 
@@ -53,6 +52,7 @@ void CanvasControls::setVideo(bool present, int64_t frameCount) {
     shownValue_ = 0;
     bar_.setEnabled(play_, present);
     bar_.setEnabled(timeline_, present);
+    blurButtons_.setEnabled(deleteBlur_, present);
 }
 
 void CanvasControls::setAiAvailable(bool available) {
@@ -111,11 +111,6 @@ ui2::MouseResult CanvasControls::mouseOnBar(const ui2::MouseInput& input) {
     if (wasDragged && !dragged && !draggedAway_)
         bar_.setValue(timeline_, shownValue_);
     return result;
-}
-
-void CanvasControls::setBlurSelected(bool selected) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    blurButtons_.setEnabled(deleteBlur_, selected);
 }
 
 void CanvasControls::place(view::Size window) {

@@ -34,7 +34,8 @@ public:
     /// Reads the button images from the application's folder. Captions are translated now.
     explicit CanvasControls(Callbacks callbacks);
 
-    /// Everything is disabled without a video. Frames are counted from 0 on the timeline.
+    /// Everything but the AI button is enabled while there is a video; "Delete blur" whether or not one is
+    /// selected. Frames are counted from 0 on the timeline.
     void setVideo(bool present, int64_t frameCount);
     void setAiAvailable(bool available);
     /// Moves the timeline; while the user drags the knob the frame is kept until the drag ends, and forgotten
@@ -45,9 +46,6 @@ public:
     void clearHover();
 
     MouseOutcome mouse(const ui2::MouseInput& input);
-
-    /// Enables "Delete blur".
-    void setBlurSelected(bool selected);
 
     /// Puts the elements where they belong in a window of that size, window pixels.
     void place(view::Size window);

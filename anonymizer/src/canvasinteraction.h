@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <optional>
 
 #include "blurtrack.h"
+#include "canvaseffects.h"
 #include "videoplayer.h"
 #include "viewmapping.h"
 
@@ -18,34 +18,10 @@ struct CanvasMouse {
     view::Point position;
     /// Sign matters only. Wheel events.
     int wheelRotation = 0;
-    /// The layout has taken the event: it is nowhere on the picture, whatever the mapping says. So is all of
-    /// the control bar, between its elements too, though its first rows map inside.
+    /// The layout has taken the event: it is nowhere on the picture, whatever the mapping says.
     bool onControls = false;
     /// The left button is held, after this event. Looked at on motion and on entering.
     bool leftIsDown = false;
-};
-
-/// What the window has to do after a step of the interaction, in the order of the fields, with no lock held.
-struct CanvasEffects {
-    static constexpr int kHoldMilliseconds = 200;
-
-    /// A change of the hint line.
-    struct Hint {
-        /// `kHintSelected` or `kHintRecording`, which override the line; anything else gives it back.
-        int32_t key = 0;
-        int64_t blurId = blurtrack::kNoBlurId;
-    };
-
-    bool stopTimer = false;
-    /// Starts the one-shot timer of kHoldMilliseconds anew.
-    bool startTimer = false;
-    bool clearLayoutHover = false;
-    /// Play at this rate; 0 for no change.
-    int playFps = 0;
-    std::optional<Hint> hint;
-    /// Stop the player, then seek to this frame; 0 for neither.
-    int64_t stopAndSeekTo = 0;
-    bool repaint = false;
 };
 
 /// The canvas-state as one moment had it: what a paint works on.
@@ -70,6 +46,11 @@ struct CanvasPicture {
 /// to the brush, the hover and the blur store. Guards its state with the canvas-state mutex and takes the
 /// blur store's inside it; every operation does its own locking, logs, and leaves the rest to the returned
 /// effects. User-interface thread, except `deliver`, `setPlayState` and `picture`, which any thread may call.
+///
+/// Detection holds the blur store for its whole pass. No operation waits for that: after two milliseconds it
+/// goes on without the store. Then the hover stays as it was, no new brush begins, a pressed blur is left to
+/// the hold or to the next recorded frame (and logged where neither comes), a hold begins anew, "Delete blur"
+/// deletes nothing, and recorded frames are left to the next one.
 class CanvasInteraction {
 public:
     /// Size of the canvas with its control bar, window pixels.
@@ -80,14 +61,13 @@ public:
 
     /// The mouse. `playerPlays`: the player reports that it is playing.
     ///
-    /// Where the rules leave it open: a release that ends a recording away from every blur hides the brush; a
-    /// press while playing records only if it painted something; a brush whose id the store knows already is
-    /// replaced by a new one when it moves, since an id has one rectangle per frame.
+    /// An id has one rectangle per frame, so a press with a brush whose id has been used (a recording leaves
+    /// it on the screen) takes the next id, or it would paint nothing; on that very blur it stays what it is.
     CanvasEffects figureOutState(const CanvasMouse& event, bool playerPlays);
 
     /// The button has been held for kHoldMilliseconds: the pressed blur is recorded from here on. `videoFps`
-    /// may be any number. `seekPending`: the picture at hand is not the one to come, so the hold begins anew,
-    /// as it does while the blur store is held.
+    /// may be any number. Every frame from the press on carries the recorded id, so nothing begins on another
+    /// frame than the pressed one, and while one is on its way (`seekPending`) the hold begins anew.
     CanvasEffects onHold(bool playerSet, double videoFps, bool seekPending);
 
     /// Something else needs the video or the blurs: ends recording, and playing when the player plays.
@@ -109,8 +89,6 @@ public:
 
     CanvasPicture picture() const;
     bool recording() const { return recording_; }
-    /// A blur is selected.
-    bool hovering() const;
     /// Where the picture lies in the window now.
     view::Mapping mapping() const;
 
@@ -140,8 +118,12 @@ private:
     /// False when nothing was being recorded.
     bool endRecording();
     void newBrush(view::Point position);
-    void moveBrush(view::Point position);
-    int64_t newBlur();
+    void takeNextBrushId();
+    /// Makes the brush square the current blur. False when nothing was stored: there is no square, and
+    /// currentBlurId_ is −1, or the store was held.
+    bool newBlur();
+    /// With the store's mutex held too.
+    void storeNewBlur();
     void resizeBrush(int rotation);
     void moveInside(view::Point position, bool playing);
     void pressInside(view::Point position, bool playing, CanvasEffects& effects);
@@ -155,8 +137,9 @@ private:
     PlayState playState_ = Stopped;
     Hover hover_;
     Brush brush_;
-    /// The blur being drawn or recorded, and where it was painted last.
+    /// The blur being drawn or recorded.
     int64_t currentBlurId_ = blurtrack::kNoBlurId;
+    /// The rectangle of the last press.
     view::Rect newBlurRect_;
     /// Frame of the last press on the picture, 0 for none.
     int64_t pressFrame_ = 0;

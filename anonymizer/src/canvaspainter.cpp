@@ -19,7 +19,7 @@ constexpr pxl::Color kBackground{32, 32, 32, 255};
 constexpr pxl::Color kWhite{255, 255, 255, 255};
 /// White times 0.3, truncated.
 constexpr pxl::Color kBlurFrame{76, 76, 76, 76};
-constexpr int32_t kFrameThickness = 4;
+constexpr float kFrameThickness = 4;
 
 pxl::RectF rectF(int32_t x, int32_t y, int32_t width, int32_t height) {
     return {static_cast<float>(x), static_cast<float>(y), static_cast<float>(width),
@@ -35,12 +35,12 @@ void setProjection(pxl::Material& material, view::Size window) {
     material.setMatrix("u_matrix", matrix);
 }
 
-/// The part of an entry that lies in the picture; its edges may lie beyond 32 bits.
-view::Rect clipped(const blurtrack::BlurEntry& entry, view::Size frame) {
-    const int64_t left = std::max<int64_t>(entry.x, 0);
-    const int64_t top = std::max<int64_t>(entry.y, 0);
-    const int64_t right = std::min<int64_t>(int64_t{entry.x} + entry.w, frame.width);
-    const int64_t bottom = std::min<int64_t>(int64_t{entry.y} + entry.h, frame.height);
+/// The part of a rectangle that lies in the picture; its edges may lie beyond 32 bits.
+view::Rect clipped(const view::Rect& rect, view::Size frame) {
+    const int64_t left = std::max<int64_t>(rect.x, 0);
+    const int64_t top = std::max<int64_t>(rect.y, 0);
+    const int64_t right = std::min<int64_t>(int64_t{rect.x} + rect.w, frame.width);
+    const int64_t bottom = std::min<int64_t>(int64_t{rect.y} + rect.h, frame.height);
     if (right <= left || bottom <= top)
         return {};
     return {static_cast<int32_t>(left), static_cast<int32_t>(top), static_cast<int32_t>(right - left),
@@ -188,37 +188,44 @@ void CanvasPainter::drawPicture(const CanvasPicture& picture, const view::Mappin
 
     for (const blurtrack::BlurEntry& entry : entries_)
         if (entry.id != blurtrack::kAnonymousBlurId || entry.score >= picture.threshold)
-            drawPatch(patch, clipped(entry, frame), kBlurFrame, frame);
-    if (picture.brushShown)
-        drawPatch(patch, brush::square(mapping.videoPixel(picture.brushPosition), picture.brushSize, frame),
-                  kWhite, frame);
+            drawPatch(patch, {entry.x, entry.y, entry.w, entry.h}, kBlurFrame, frame);
+    if (picture.brushShown) {
+        const view::Rect square =
+            brush::square(mapping.videoPixel(picture.brushPosition), picture.brushSize, frame);
+        if (!square.empty())
+            drawPatch(patch, square, kWhite, frame);
+    }
     if (picture.hovering && picture.hoverId != blurtrack::kNoBlurId) {
         const auto hovered =
             std::find_if(entries_.begin(), entries_.end(),
                          [&](const blurtrack::BlurEntry& entry) { return entry.id == picture.hoverId; });
         if (hovered != entries_.end())
-            drawPatch(patch, clipped(*hovered, frame), kWhite, frame);
+            drawPatch(patch, {hovered->x, hovered->y, hovered->w, hovered->h}, kWhite, frame);
     }
 }
 
 void CanvasPainter::drawPatch(const std::shared_ptr<pxl::Texture>& texture, const view::Rect& rect,
                               pxl::Color frameColor, view::Size frame) {
-    if (rect.empty())
-        return;
-    const auto width = static_cast<float>(frame.width);
-    const auto height = static_cast<float>(frame.height);
-    const pxl::RectF place = rectF(rect.x, rect.y, rect.w, rect.h);
-    batch_->drawTexture(texture, place,
-                        {place.x / width, place.y / height, place.width / width, place.height / height},
-                        kWhite);
-    const int32_t barWidth = std::min(kFrameThickness, rect.w);
-    const int32_t barHeight = std::min(kFrameThickness, rect.h);
-    const int32_t between = rect.w - 2 * kFrameThickness;
-    batch_->fillRect(rectF(rect.x, rect.y, barWidth, rect.h), frameColor);
-    batch_->fillRect(rectF(rect.x + rect.w - barWidth, rect.y, barWidth, rect.h), frameColor);
-    if (between < 1)
-        return;
-    batch_->fillRect(rectF(rect.x + kFrameThickness, rect.y, between, barHeight), frameColor);
-    batch_->fillRect(rectF(rect.x + kFrameThickness, rect.y + rect.h - barHeight, between, barHeight),
-                     frameColor);
+    const view::Rect inside = clipped(rect, frame);
+    if (!inside.empty()) {
+        const auto width = static_cast<float>(frame.width);
+        const auto height = static_cast<float>(frame.height);
+        const pxl::RectF place = rectF(inside.x, inside.y, inside.w, inside.h);
+        batch_->drawTexture(texture, place,
+                            {place.x / width, place.y / height, place.width / width, place.height / height},
+                            kWhite);
+    }
+    const pxl::RectF whole = rectF(rect.x, rect.y, rect.w, rect.h);
+    const float right = whole.x + whole.width - kFrameThickness;
+    const float bottom = whole.y + whole.height - kFrameThickness;
+    const float between = whole.width - 2 * kFrameThickness;
+    drawBar({whole.x, whole.y, kFrameThickness, whole.height}, frameColor);
+    drawBar({right, whole.y, kFrameThickness, whole.height}, frameColor);
+    drawBar({whole.x + kFrameThickness, whole.y, between, kFrameThickness}, frameColor);
+    drawBar({whole.x + kFrameThickness, bottom, between, kFrameThickness}, frameColor);
+}
+
+void CanvasPainter::drawBar(const pxl::RectF& bar, pxl::Color color) {
+    if (bar.width > 0 && bar.height > 0)
+        batch_->fillRect(bar, color);
 }

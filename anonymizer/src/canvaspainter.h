@@ -60,8 +60,12 @@ private:
     void writeMosaic(pxl::Texture& texture, const pxl::Image& image, int32_t block);
     bool copyEntries(int64_t frame);
     void drawPicture(const CanvasPicture& picture, const view::Mapping& mapping);
+    /// As much of the picture's texture as the rectangle shows, and four bars around the rectangle, which
+    /// may reach out of the picture.
     void drawPatch(const std::shared_ptr<pxl::Texture>& texture, const view::Rect& rect,
                    pxl::Color frameColor, view::Size frame);
+    /// Nothing for a bar that a narrow rectangle leaves no room for.
+    void drawBar(const pxl::RectF& bar, pxl::Color color);
 
     std::shared_ptr<pxl::RenderTarget> target_;
     std::unique_ptr<pxl::Batch> batch_;

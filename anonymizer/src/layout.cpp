@@ -231,10 +231,6 @@ int Layout::elementAt(int32_t x, int32_t y) const {
     for (int i = 0; i < count(); ++i)
         if (find(i)->geometry.contains(x, y))
             return i;
-    // At either end of the slider half of the knob stands out.
-    for (int i = 0; i < count(); ++i)
-        if (find(i)->kind == Kind::Slider && knobContains(i, x, y))
-            return i;
     return -1;
 }
 
@@ -286,11 +282,8 @@ MouseResult Layout::mouse(const MouseInput& input) {
 }
 
 void Layout::hover(int element) {
-    for (int i = 0; i < count(); ++i) {
-        ElementState& state = find(i)->state;
-        state.hovered = i == element;
-        state.wasPressed = state.wasPressed && state.hovered;
-    }
+    for (int i = 0; i < count(); ++i)
+        find(i)->state.hovered = i == element;
 }
 
 void Layout::press(int element, const MouseInput& input, MouseResult& result) {
@@ -298,7 +291,6 @@ void Layout::press(int element, const MouseInput& input, MouseResult& result) {
     if (!found || !found->state.enabled)
         return;
     found->state.pressed = true;
-    found->state.wasPressed = true;
     if (found->kind != Kind::Slider)
         return;
     result.changed = true;
@@ -354,7 +346,7 @@ std::optional<Tip> Layout::tip() const {
     if (!visible_ || pressIsHeld())
         return std::nullopt;
     for (const Element& element : elements_)
-        if (element.state.hovered && !element.state.wasPressed && !element.tip.empty())
+        if (element.state.hovered && !element.tip.empty())
             return Tip{element.tip, element.geometry};
     return std::nullopt;
 }

@@ -154,8 +154,7 @@ public:
     /// Takes a mouse event; pass every event to every list, `Leave` too.
     MouseResult mouse(const MouseInput& input);
 
-    /// The tool tip of the element under the mouse. None while something is pressed, nor for an element that
-    /// was pressed since the mouse came in: whoever uses it knows it, and a tip takes the mouse.
+    /// The tool tip of the element under the mouse. None while something is pressed: a tip takes the mouse.
     std::optional<Tip> tip() const;
 
     /// Centre of the slider's knob, of radius `kKnobRadius`.
@@ -178,8 +177,6 @@ private:
         bool pressed = false;
         bool dragging = false;
         bool enabled = true;
-        /// Pressed since the mouse came in: no tool tip before it has left.
-        bool wasPressed = false;
     };
     struct ElementImage {
         Picture picture;
@@ -205,7 +202,7 @@ private:
     const Element* find(int element, Kind kind) const;
     Element* find(int element, Kind kind);
     int add(Element element);
-    /// Index of the element that a press at the point belongs to; −1 for none.
+    /// Index of the element whose rectangle the point lies in; −1 for none.
     int elementAt(int32_t x, int32_t y) const;
     bool pressIsHeld() const;
     bool knobContains(int element, int32_t x, int32_t y) const;

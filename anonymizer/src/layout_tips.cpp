@@ -3,6 +3,8 @@
 #include <wx/tipwin.h>
 #include <wx/window.h>
 
+#include "platform.h"
+
 namespace ui2 {
 
 Tips::Tips(wxWindow* canvas) : canvas_(canvas), timer_(this) {
@@ -14,7 +16,10 @@ Tips::~Tips() {
 }
 
 void Tips::update(const std::optional<Tip>& wanted) {
-    if (wanted == wanted_ && (window_ || shown_))
+    if (wanted == wanted_ && window_)
+        return;
+    // The mouse has left the canvas for the tip window, which has captured it.
+    if (!wanted && window_ && placeOnScreen().Contains(wxGetMousePosition()))
         return;
     close();
     wanted_ = wanted;
@@ -25,7 +30,6 @@ void Tips::update(const std::optional<Tip>& wanted) {
 void Tips::close() {
     timer_.Stop();
     wanted_.reset();
-    shown_ = false;
     if (!window_)
         return;
     window_->Unbind(wxEVT_DESTROY, &Tips::onDestroy, this);
@@ -36,26 +40,22 @@ void Tips::close() {
 void Tips::onTimer(wxTimerEvent&) {
     if (!wanted_ || !canvas_->IsShownOnScreen())
         return;
-    if (window_) {
-        const std::optional<Tip> tip = wanted_;
-        close();
-        wanted_ = tip;
-        shown_ = true;
-        return;
-    }
-    const Geometry& place = wanted_->geometry;
     // The window sets the pointer to null when it closes, whoever closes it, and destroys itself a little
     // later.
     window_ = new wxTipWindow(canvas_, wanted_->text, canvas_->FromDIP(kMaxWidth), &window_);
-    window_->SetBoundingRect(
-        {canvas_->ClientToScreen(wxPoint(place.x, place.y)), wxSize(place.width, place.height)});
+    window_->SetBoundingRect(placeOnScreen());
     window_->Bind(wxEVT_DESTROY, &Tips::onDestroy, this);
+    platform::leaveEventsToOthers(window_->GetHandle());
     // It has captured the mouse, so a click on the element below arrives in its view.
     for (wxWindow* view : window_->GetChildren()) {
         view->Bind(wxEVT_LEFT_DOWN, &Tips::onButton, this);
         view->Bind(wxEVT_LEFT_UP, &Tips::onButton, this);
     }
-    timer_.StartOnce(kShowMilliseconds);
+}
+
+wxRect Tips::placeOnScreen() const {
+    const Geometry& place = wanted_->geometry;
+    return {canvas_->ClientToScreen(wxPoint(place.x, place.y)), wxSize(place.width, place.height)};
 }
 
 void Tips::onButton(wxMouseEvent& event) {

@@ -11,14 +11,13 @@ class wxTipWindow;
 
 namespace ui2 {
 
-/// Opens the tool tip of the element that the mouse rests on, in a native tip window, and closes it again.
+/// Opens the tool tip of the element that the mouse rests on, in a native tip window, which closes when the
+/// mouse leaves the element, when another one opens, or when the system closes it, as it does on a click.
 /// One object for all lists of a canvas. User-interface thread, never with a lock held.
 class Tips : public wxEvtHandler {
 public:
     /// How long the mouse rests before a tip opens.
     static constexpr int kDelayMilliseconds = 600;
-    /// How long a tip stays: while it is open it keeps the mouse, and the window can't be closed.
-    static constexpr int kShowMilliseconds = 5000;
     /// Tips wrap at this width, in logical pixels.
     static constexpr int kMaxWidth = 150;
 
@@ -27,7 +26,8 @@ public:
     ~Tips() override;
 
     /// After every mouse event: the tip asked for now, if any. Another one closes the open window and starts
-    /// the delay anew; so does a motion before the window has opened.
+    /// the delay anew; so does a motion before the window has opened. None closes it when the mouse is
+    /// somewhere else.
     void update(const std::optional<Tip>& wanted);
     /// Closes the window and stops the delay: on a press, when the canvas hides or dies.
     void close();
@@ -35,6 +35,8 @@ public:
 
 private:
     void onTimer(wxTimerEvent& event);
+    /// Where the element lies whose tip is wanted, screen coordinates.
+    wxRect placeOnScreen() const;
     /// A click that the open tip got, for the canvas below.
     void onButton(wxMouseEvent& event);
     void onDestroy(wxWindowDestroyEvent& event);
@@ -42,8 +44,6 @@ private:
     wxWindow* canvas_;
     wxTimer timer_;
     std::optional<Tip> wanted_;
-    /// The tip asked for has been shown to its end.
-    bool shown_ = false;
     /// Destroys itself, also when the system closes it.
     wxTipWindow* window_ = nullptr;
 };

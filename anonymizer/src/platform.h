@@ -95,4 +95,9 @@ bool setSwapInterval(int interval);
 /// library's handle of a window that is on the screen. Does nothing where that is so anyway, or for nullptr.
 void reportEveryMotion(void* nativeWindow);
 
+/// Has a popup window, which the GUI library gives the events of all others, leave them those that the mouse
+/// does not make: without them no other window can be closed meanwhile. It keeps the mouse that it captured.
+/// `nativePopup` is the GUI library's handle. Does nothing where that is so anyway, or for nullptr.
+void leaveEventsToOthers(void* nativePopup);
+
 } // namespace platform

@@ -226,6 +226,12 @@ void reportEveryMotion(void* nativeWindow) {
         setEvents(window, eventsOf(window) & ~hintMask);
 }
 
+void leaveEventsToOthers(void* nativePopup) {
+    const auto removeGrab = loadedFunction<void (*)(void*)>("gtk_grab_remove");
+    if (nativePopup && removeGrab)
+        removeGrab(nativePopup);
+}
+
 void catchStopSignals(void (*handler)(int)) {
     for (const int signal : heededStopSignals()) {
         struct sigaction action = {};

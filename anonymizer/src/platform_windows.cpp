@@ -162,6 +162,8 @@ bool isTerminal(std::FILE* stream) {
 
 void reportEveryMotion(void*) {}
 
+void leaveEventsToOthers(void*) {}
+
 bool setSwapInterval(int interval) {
     // Asked of the library that the canvas has loaded; this half of the program links no OpenGL.
     const HMODULE library = GetModuleHandleW(L"opengl32.dll");

@@ -1,23 +1,17 @@
 #include "videocanvas.h"
 
-#include <atomic>
 #include <utility>
 #include <vector>
 
 #include <wx/dcclient.h>
-#include <wx/log.h>
-#include <wx/msgdlg.h>
 #include <wx/timer.h>
-#include <wx/translation.h>
 
-#include "backbuffer.h"
 #include "canvascontrols.h"
+#include "canvaseffects.h"
+#include "canvasgraphics.h"
 #include "canvasinteraction.h"
-#include "canvaspainter.h"
-#include "hints.h"
 #include "layout_tips.h"
-#include "platform.h"
-#include "pxl/gl_startup.h"
+#include "queuedcall.h"
 #include "switches.h"
 #include "videoplayer.h"
 
@@ -39,23 +33,17 @@ wxGLAttributes displayAttributes() {
     return attributes;
 }
 
-wxGLContextAttrs contextAttributes() {
-    wxGLContextAttrs attributes;
-    attributes.PlatformDefaults().CoreProfile().OGLVersion(3, 3).EndList();
-    return attributes;
-}
-
 } // namespace
 
-class VideoCanvas2::Impl {
+class VideoCanvas2::Impl : private CanvasActions {
 public:
     explicit Impl(VideoCanvas2& window);
-    ~Impl();
+    ~Impl() override;
 
     void set(VideoPlayer* player);
     void refresh();
     void pause();
-    void settle() { apply(interaction_.settle()); }
+    void settle() { carryOut(interaction_.settle(), *this); }
 
     std::function<void()> aiRequest;
     CanvasControls controls;
@@ -70,57 +58,51 @@ private:
     void onHold(wxTimerEvent& event);
     void onRetry(wxTimerEvent&) { refresh(); }
     void onDestroy(wxWindowDestroyEvent& event);
-    /// Carries out what a step of the interaction asks for. No lock may be held.
-    void apply(const CanvasEffects& effects);
-    void seek(int64_t frame);
-
-    void fitToWindow();
-    bool startDrawing();
-    void showFailure(const wxString& text);
     void release();
+    /// After a change of the window's size or scale factor. Returns the size in window pixels.
+    view::Size fitToWindow();
 
-    /// From the playback thread: have the user-interface thread settle or repaint, one queued call at a time.
-    void queueSettle();
-    void queueRefresh();
+    void stopHoldTimer() override { holdTimer_.Stop(); }
+    void startHoldTimer() override { holdTimer_.StartOnce(CanvasEffects::kHoldMilliseconds); }
+    void clearLayoutHover() override { controls.clearHover(); }
+    void play(int fps) override;
+    void tellHint(const CanvasEffects::Hint& hint) override { showOnHintLine(hint); }
+    void stop() override;
+    void seek(int64_t frame) override;
+    void repaint() override { refresh(); }
+
+    QueuedCall::Queue toTheWindow() {
+        return [this](std::function<void()> call) { window_.CallAfter(std::move(call)); };
+    }
 
     VideoCanvas2& window_;
-    std::unique_ptr<wxGLContext> context_;
-    std::shared_ptr<Backbuffer> backbuffer_;
-    std::unique_ptr<CanvasPainter> painter_;
+    CanvasGraphics graphics_;
     CanvasInteraction interaction_;
     ui2::Tips tips_;
     wxTimer holdTimer_;
     wxTimer retryTimer_;
     VideoPlayer* player_ = nullptr;
     double videoFps_ = 0;
-    bool graphicsStarted_ = false;
-    bool drawingFailed_ = false;
-    bool pictureFailed_ = false;
     bool released_ = false;
-    std::atomic<bool> refreshQueued_{false};
-    std::atomic<bool> settleQueued_{false};
+    QueuedCall queuedRefresh_{toTheWindow(), [this] { refresh(); }};
+    QueuedCall queuedSettle_{toTheWindow(), [this] { settle(); }};
 };
 
 VideoCanvas2::Impl::Impl(VideoCanvas2& window)
     : controls({[this](int32_t value) { seek(int64_t{value} + 1); },
-                [this](bool play) {
-                    if (!player_)
-                        return;
-                    if (play)
-                        player_->play(playbackFps(switches::playbackSpeed, videoFps_));
+                [this](bool on) {
+                    if (on)
+                        play(playbackFps(switches::playbackSpeed, videoFps_));
                     else
-                        player_->stop();
+                        stop();
                 },
                 [this] {
                     if (aiRequest)
                         aiRequest();
                 },
-                [this] { apply(interaction_.deleteHovered()); }}),
-      window_(window), backbuffer_(std::make_shared<Backbuffer>(pxl::Size{})), tips_(&window),
-      holdTimer_(&window, kHoldTimerId), retryTimer_(&window, kRetryTimerId) {
-    const wxGLContextAttrs attributes = contextAttributes();
-    context_ = std::make_unique<wxGLContext>(&window, nullptr, &attributes);
-    pxl::setCurrentRenderTarget(backbuffer_);
+                [this] { carryOut(interaction_.deleteHovered(), *this); }}),
+      window_(window), graphics_(window), tips_(&window), holdTimer_(&window, kHoldTimerId),
+      retryTimer_(&window, kRetryTimerId) {
     fitToWindow();
     bindEvents();
 }
@@ -162,10 +144,8 @@ void VideoCanvas2::Impl::set(VideoPlayer* player) {
     const video::VideoInfo info = player ? player->info() : video::VideoInfo();
     videoFps_ = info.fps;
     controls.setVideo(player != nullptr, info.frameCount);
-    apply(interaction_.reset());
-    pictureFailed_ = false;
-    if (painter_)
-        painter_->forgetPicture();
+    carryOut(interaction_.reset(), *this);
+    graphics_.forgetPicture();
     if (!player)
         return;
     // Keys reach the application's filter only while one of its windows has the focus.
@@ -173,14 +153,24 @@ void VideoCanvas2::Impl::set(VideoPlayer* player) {
     player->setOnFrame([this](std::shared_ptr<VideoPlayer::Frame> frame) {
         controls.showFrame(frame->index);
         interaction_.deliver(std::move(frame));
-        queueRefresh();
+        queuedRefresh_.request();
     });
     player->setOnState([this](PlayState state) {
         controls.showPlayState(state);
         interaction_.setPlayState(state);
-        queueSettle();
+        queuedSettle_.request();
     });
     seek(1);
+}
+
+void VideoCanvas2::Impl::play(int fps) {
+    if (player_)
+        player_->play(fps);
+}
+
+void VideoCanvas2::Impl::stop() {
+    if (player_)
+        player_->stop();
 }
 
 void VideoCanvas2::Impl::seek(int64_t frame) {
@@ -192,7 +182,7 @@ void VideoCanvas2::Impl::pause() {
     if (!player_)
         return;
     const CanvasEffects effects = interaction_.pause(player_->isPlaying());
-    apply(effects);
+    carryOut(effects, *this);
     // A play that the playback thread has not come to yet.
     if (effects.stopAndSeekTo == 0)
         player_->stop();
@@ -207,8 +197,6 @@ void VideoCanvas2::Impl::onMouse(wxMouseEvent& event) {
     mouse.leftIsDown = event.LeftIsDown();
     ui2::MouseInput input{ui2::MouseInput::Action::Motion, event.GetX(), event.GetY(), event.LeftIsDown()};
     if (type == wxEVT_MOUSEWHEEL) {
-        if (event.GetWheelAxis() != wxMOUSE_WHEEL_VERTICAL)
-            return;
         mouse.kind = CanvasMouse::Wheel;
         mouse.wheelRotation = event.GetWheelRotation();
     } else if (type == wxEVT_LEFT_DOWN || type == wxEVT_LEFT_DCLICK) {
@@ -233,53 +221,11 @@ void VideoCanvas2::Impl::onMouse(wxMouseEvent& event) {
         if (outcome.changed)
             refresh();
     }
-    apply(interaction_.figureOutState(mouse, player_ && player_->isPlaying()));
+    carryOut(interaction_.figureOutState(mouse, player_ && player_->isPlaying()), *this);
 }
 
 void VideoCanvas2::Impl::onHold(wxTimerEvent&) {
-    apply(interaction_.onHold(player_ != nullptr, videoFps_, player_ && player_->isSeekPending()));
-}
-
-void VideoCanvas2::Impl::apply(const CanvasEffects& effects) {
-    if (effects.stopTimer)
-        holdTimer_.Stop();
-    if (effects.startTimer)
-        holdTimer_.StartOnce(CanvasEffects::kHoldMilliseconds);
-    controls.setBlurSelected(interaction_.hovering());
-    if (effects.clearLayoutHover)
-        controls.clearHover();
-    if (effects.playFps > 0 && player_)
-        player_->play(effects.playFps);
-    if (effects.hint) {
-        const bool overrides = effects.hint->key == kHintRecording || effects.hint->key == kHintSelected;
-        switches::hintOverride = overrides;
-        setHint(overrides ? hintTextForBlur(effects.hint->key, effects.hint->blurId)
-                          : hintText(switches::hintState));
-    }
-    if (effects.stopAndSeekTo > 0 && player_) {
-        player_->stop();
-        seek(effects.stopAndSeekTo);
-    }
-    if (effects.repaint)
-        refresh();
-}
-
-void VideoCanvas2::Impl::queueRefresh() {
-    if (refreshQueued_.exchange(true))
-        return;
-    window_.CallAfter([this] {
-        refreshQueued_ = false;
-        refresh();
-    });
-}
-
-void VideoCanvas2::Impl::queueSettle() {
-    if (settleQueued_.exchange(true))
-        return;
-    window_.CallAfter([this] {
-        settleQueued_ = false;
-        settle();
-    });
+    carryOut(interaction_.onHold(player_ != nullptr, videoFps_, player_ && player_->isSeekPending()), *this);
 }
 
 void VideoCanvas2::Impl::refresh() {
@@ -293,55 +239,19 @@ void VideoCanvas2::Impl::onSize(wxSizeEvent& event) {
     refresh();
 }
 
-void VideoCanvas2::Impl::fitToWindow() {
-    const wxSize size = window_.GetClientSize();
-    const double scale = window_.GetContentScaleFactor();
-    interaction_.resize({size.GetWidth(), size.GetHeight()});
-    controls.place({size.GetWidth(), size.GetHeight()});
-    backbuffer_->resize(
-        {static_cast<int32_t>(size.GetWidth() * scale), static_cast<int32_t>(size.GetHeight() * scale)});
+view::Size VideoCanvas2::Impl::fitToWindow() {
+    const view::Size size = graphics_.fitToWindow();
+    interaction_.resize(size);
+    controls.place(size);
+    return size;
 }
 
 void VideoCanvas2::Impl::onPaint(wxPaintEvent&) {
     const wxPaintDC dc(&window_);
-    if (!window_.IsShownOnScreen() || !startDrawing() || !window_.SetCurrent(*context_))
-        return;
     // The scale factor changes without a size event when the window moves to another screen.
-    fitToWindow();
-    const wxSize size = window_.GetClientSize();
-    const view::Size windowSize{size.GetWidth(), size.GetHeight()};
-    const CanvasPicture picture = interaction_.picture();
-    const CanvasPainter::Outcome outcome =
-        painter_->paint(picture, windowSize, [&](pxl::Batch& batch) { controls.draw(batch, windowSize); });
-    window_.SwapBuffers();
-    if (!outcome.blursCurrent)
+    const view::Size size = fitToWindow();
+    if (graphics_.paint(interaction_.picture(), size, [&](pxl::Batch& batch) { controls.draw(batch, size); }))
         retryTimer_.StartOnce(kRetryMilliseconds);
-    if (!outcome.pictureShown && !std::exchange(pictureFailed_, true))
-        showFailure(_("The graphics driver refuses pictures of this video's size. The video cannot be shown, "
-                      "but it can be exported."));
-}
-
-bool VideoCanvas2::Impl::startDrawing() {
-    if (painter_ || drawingFailed_)
-        return painter_ != nullptr;
-    drawingFailed_ = true;
-    platform::reportEveryMotion(window_.GetHandle());
-    graphicsStarted_ =
-        context_->IsOK() && window_.SetCurrent(*context_) && pxl::startGraphics(platform::setSwapInterval);
-    if (graphicsStarted_) {
-        painter_ = std::make_unique<CanvasPainter>(backbuffer_);
-        drawingFailed_ = !painter_->valid();
-    }
-    if (!drawingFailed_)
-        return true;
-    painter_.reset();
-    wxLogError("[VideoCanvas] No OpenGL 3.3: nothing can be drawn");
-    showFailure(_("The graphics driver does not offer OpenGL 3.3. The video cannot be shown."));
-    return false;
-}
-
-void VideoCanvas2::Impl::showFailure(const wxString& text) {
-    window_.CallAfter([this, text] { wxMessageBox(text, _("Error"), wxOK | wxICON_ERROR, &window_); });
 }
 
 void VideoCanvas2::Impl::onDestroy(wxWindowDestroyEvent& event) {
@@ -362,14 +272,7 @@ void VideoCanvas2::Impl::release() {
     retryTimer_.Stop();
     tips_.close();
     unbindEvents();
-    const bool current = graphicsStarted_ && window_.SetCurrent(*context_);
-    if (graphicsStarted_ && !current)
-        pxl::abandonGraphics();
-    controls.releaseTextures();
-    painter_.reset();
-    if (current)
-        pxl::stopGraphics();
-    pxl::setCurrentRenderTarget(nullptr);
+    graphics_.release([this] { controls.releaseTextures(); });
 }
 
 VideoCanvas2::VideoCanvas2(wxWindow* parent, wxWindowID id, const wxPoint& pos, const wxSize& size)

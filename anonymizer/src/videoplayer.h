@@ -15,6 +15,7 @@
 enum PlayState : int { Stopped = 0, Seeking = 1, Playing = 2 };
 
 class VideoPlayerThread;
+class wxSemaphore;
 
 /// Plays one video: pre-processes it once, then decodes on a thread of its own and hands pictures and state
 /// changes to callbacks. One object per opened video. All operations belong to the user-interface thread
@@ -36,11 +37,15 @@ public:
     using OnState = std::function<void(PlayState)>;
     using OnReady = std::function<void()>;
 
-    /// Where the play loop takes the time from and how it waits for the next frame; replaced by tests only.
+    /// Where the play loop takes the time from, and how the thread waits; replaced by tests only.
     struct Pacing {
         std::function<std::chrono::steady_clock::time_point()> now;
-        /// Empty for a wait that a command or the end of the thread cuts short.
+        /// Until the next frame is due. Empty for a wait that ends early when playing has to end: the same
+        /// frames are delivered, but a stop at one frame per second does not hold the window for a second.
         std::function<void(int64_t milliseconds)> sleep;
+        /// While idle, until a command is signalled, but no longer than so many milliseconds. False when
+        /// there was none. Empty for the semaphore's own wait.
+        std::function<bool(wxSemaphore& signal, unsigned long milliseconds)> idle = {};
     };
 
     /// `progress` shows the pre-processing; not owned, outlives the player.
@@ -72,7 +77,8 @@ public:
     /// playback thread it asks only and does not wait.
     void stop();
     /// Delivers exactly frame `frame`, from 1, and ends playing. Returns at once. Of seeks that wait, only
-    /// the last is carried out; a number outside the video delivers nothing.
+    /// the last is carried out, and one on its way, whose picture would be dropped, is given up for it; a
+    /// number outside the video delivers nothing.
     void seek(int frame);
     /// A seek has been asked for and its frame is not yet delivered, or its end not yet told: the last
     /// picture is not the one to come. Any thread.

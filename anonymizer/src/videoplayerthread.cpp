@@ -132,7 +132,7 @@ void VideoPlayerThread::preProcess() {
 void VideoPlayerThread::serveNextCommand() {
     setState(Stopped);
     endOfSeek();
-    if (queueSignal_.WaitTimeout(kWaitMilliseconds) != wxSEMA_NO_ERROR)
+    if (!waitForCommand())
         return;
 
     playercommand::Command command;
@@ -166,6 +166,12 @@ void VideoPlayerThread::serveNextCommand() {
     default:
         break;
     }
+}
+
+bool VideoPlayerThread::waitForCommand() {
+    if (pacing_.idle)
+        return pacing_.idle(queueSignal_, kWaitMilliseconds);
+    return queueSignal_.WaitTimeout(kWaitMilliseconds) == wxSEMA_NO_ERROR;
 }
 
 void VideoPlayerThread::seek(int frame) {

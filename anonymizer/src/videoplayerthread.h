@@ -85,6 +85,8 @@ protected:
 private:
     void preProcess();
     void serveNextCommand();
+    /// False when there was none within 200 ms.
+    bool waitForCommand();
     void seek(int frame);
     /// Begins or ends carrying out a Seek.
     void setSeeking(bool seeking);

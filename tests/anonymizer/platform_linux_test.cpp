@@ -52,6 +52,7 @@ int setSgi(int interval) {
 struct FakeWindow {
     bool onScreen = true;
     int events = 0;
+    bool grabs = true;
 };
 FakeWindow window;
 
@@ -74,12 +75,17 @@ int glXQueryContext(void* display, void* context, int attribute, int* value);
 const char* glXQueryExtensionsString(void* display, int screen);
 void (*glXGetProcAddressARB(const char* name))();
 void* gtk_widget_get_window(void* widget);
+void gtk_grab_remove(void* widget);
 int gdk_window_get_events(void* of);
 void gdk_window_set_events(void* of, int events);
 
 void* gtk_widget_get_window(void* widget) {
     EXPECT_EQ(widget, &window);
     return window.onScreen ? &window.events : nullptr;
+}
+void gtk_grab_remove(void* widget) {
+    EXPECT_EQ(widget, &window);
+    window.grabs = false;
 }
 int gdk_window_get_events(void* of) {
     return *static_cast<int*>(of);
@@ -132,6 +138,14 @@ TEST(PlatformMotion, IsLeftAloneForAWindowThatIsNotOnTheScreen) {
     platform::reportEveryMotion(&window);
     platform::reportEveryMotion(nullptr);
     EXPECT_EQ(window.events, 0x0f);
+}
+
+TEST(PlatformPopup, LetsGoOfTheOthersEvents) {
+    window = {};
+    platform::leaveEventsToOthers(nullptr);
+    EXPECT_TRUE(window.grabs);
+    platform::leaveEventsToOthers(&window);
+    EXPECT_FALSE(window.grabs);
 }
 
 TEST_F(SwapInterval, IsRefusedWithoutACurrentContext) {

@@ -86,6 +86,30 @@ TEST_F(VideoPlayerSeek, DecodedFrameIsDroppedWhenANewerSeekWaits) {
     EXPECT_EQ(events.count("frame 8"), 1u);
 }
 
+TEST_F(VideoPlayerSeek, DroppedFrameSignalsTheNewerSeekOnceMore) {
+    // Without a limit on the wait, only a signal ends it.
+    VideoPlayerThread thread(&progress, {[this] { return now; }, [](int64_t) {},
+                                         [this](wxSemaphore& signal, unsigned long) {
+                                             events.add("idle");
+                                             return signal.Wait() == wxSEMA_NO_ERROR;
+                                         }});
+    thread.onFrame.set([this](std::shared_ptr<VideoPlayer::Frame> frame) {
+        events.add("frame " + std::to_string(frame->index));
+    });
+    decoder->onNext = [&](int64_t frame) {
+        if (frame == 5)
+            thread.post(playercommand::make(playercommand::kSeek, 7));
+    };
+    thread.setDecoder(decoder);
+    ASSERT_EQ(thread.Run(), wxTHREAD_NO_ERROR);
+    thread.post(playercommand::make(playercommand::kSeek, 5));
+    EXPECT_TRUE(events.waitFor("idle", 4)) << "one signal more than commands";
+    thread.exitRequested = true;
+    thread.wake();
+    thread.Wait();
+    EXPECT_EQ(playback(), (Lines{"idle", "idle", "frame 7", "idle", "idle"}));
+}
+
 TEST_F(VideoPlayerSeek, OtherWaitingCommandsDoNotDropTheFrame) {
     decoder->onNext = [this](int64_t frame) {
         if (frame == 9)
@@ -210,6 +234,22 @@ TEST_F(VideoPlayerSeek, SeekOnItsWayLearnsOfTheNewerOneAtOnce) {
     thread.Wait();
     EXPECT_EQ(playback(), (Lines{"frame 6", "frame 8", "frame 9", "frame 2"}));
     EXPECT_EQ(seen, (std::vector<bool>{false, true, false, false, false, false, false, false, false}));
+}
+
+TEST_F(VideoPlayerSeek, IdleThreadWaitsForAtMost200Milliseconds) {
+    std::vector<unsigned long> waits;
+    VideoPlayerThread thread(&progress, {[this] { return now; }, [](int64_t) {},
+                                         [&](wxSemaphore& signal, unsigned long milliseconds) {
+                                             waits.push_back(milliseconds);
+                                             // Nobody signals: the wait itself has to end.
+                                             thread.exitRequested = true;
+                                             return signal.WaitTimeout(milliseconds) == wxSEMA_NO_ERROR;
+                                         }});
+    thread.setDecoder(decoder);
+    ASSERT_EQ(thread.Run(), wxTHREAD_NO_ERROR);
+    thread.Wait();
+    EXPECT_EQ(waits, std::vector<unsigned long>{200});
+    EXPECT_EQ(decoder->calls().back(), "close");
 }
 
 TEST_F(VideoPlayerSeek, IdleThreadNoticesTheExitFlagByItself) {

@@ -44,10 +44,10 @@ TEST(Brush, SquareIsMovedIntoTheFrame) {
     expectRect(brush::square({639, 480}, 32, {640, 480}), 608, 448, 32, 32);
 }
 
-TEST(Brush, SquareLargerThanTheFrameIsCutToIt) {
-    expectRect(brush::square({5, 5}, 32, {20, 10}), 0, 0, 20, 10);
-    expectRect(brush::square({0, 0}, 32, {1, 1}), 0, 0, 1, 1);
-    expectRect(brush::square({4000, 3}, 32, {8192, 16}), 3984, 0, 32, 16);
+TEST(Brush, SquareLargerThanTheFrameBeginsAtItsCornerAndStaysASquare) {
+    expectRect(brush::square({5, 5}, 32, {20, 10}), 0, 0, 32, 32);
+    expectRect(brush::square({0, 0}, 32, {1, 1}), 0, 0, 32, 32);
+    expectRect(brush::square({4000, 3}, 32, {8192, 16}), 3984, 0, 32, 32);
 }
 
 TEST(Brush, NothingComesOfNoBrushOrNoFrame) {

@@ -54,6 +54,15 @@ protected:
         release(x, y);
         return id;
     }
+    /// Records frames 10 and 11 of a blur painted there; the button is still held. Returns its id.
+    int64_t recordedAt(int x, int y) {
+        const int64_t id = upcomingBrushId();
+        move(x, y);
+        press(x, y);
+        hold();
+        show(11);
+        return id;
+    }
     /// A blur that the mouse knows nothing of.
     static void put(int64_t frame, int64_t id, float x, float y, float size = 40) {
         blurtrack::addBlur(frame, {x, y, size, size}, 100, id);

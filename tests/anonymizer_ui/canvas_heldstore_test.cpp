@@ -75,6 +75,34 @@ TEST_F(Canvas, HoldingWaitsForAHeldStore) {
     EXPECT_TRUE(canvas.recording());
 }
 
+TEST_F(Canvas, HoldingPaintsTheBlurThatAHeldStoreRefused) {
+    move(100, 100);
+    const int64_t id = upcomingBrushId() - 1;
+    {
+        const std::lock_guard<std::mutex> held(blurtrack::store().mutex);
+        std::thread([&] { press(100, 100); }).join();
+    }
+    EXPECT_THAT(framesOf(id), testing::IsEmpty());
+    EXPECT_EQ(hold().hint->blurId, id);
+    show(11);
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10, 11}));
+    EXPECT_EQ(blurtrack::entriesAt(10)[0].x, 84);
+}
+
+TEST_F(Canvas, FrameOfAPressWhilePlayingIsMadeUpForToo) {
+    playing = true;
+    move(100, 100);
+    const int64_t id = upcomingBrushId();
+    {
+        const std::lock_guard<std::mutex> held(blurtrack::store().mutex);
+        std::thread([&] { press(100, 100); }).join();
+    }
+    EXPECT_TRUE(canvas.recording());
+    show(11);
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10, 11}));
+    EXPECT_EQ(blurtrack::spanOf(id)->frameCount, 2);
+}
+
 TEST_F(Canvas, FramesRecordedWhileTheStoreIsHeldAreMadeUpForWithoutWaiting) {
     playing = true;
     move(100, 100);

@@ -89,16 +89,68 @@ TEST_F(Canvas, EveryDabHasAnIdOfItsOwn) {
     EXPECT_GT(blurtrack::entriesAt(10)[1].id, first);
 }
 
-TEST_F(Canvas, BrushLeftByARecordingIsReplacedWhenItMovesOn) {
-    move(100, 100);
-    press(100, 100);
-    hold();
-    show(11);
+TEST_F(Canvas, BrushLeftByARecordingPaintsWithANewId) {
+    const int64_t recorded = recordedAt(100, 100);
     release(100, 100);
     ASSERT_TRUE(brushShown());
+    const int64_t next = upcomingBrushId();
     move(250, 200);
+    EXPECT_EQ(upcomingBrushId(), next) << "the brush only moves";
+    press(250, 200);
+    ASSERT_EQ(blurtrack::entriesAt(11).size(), 2u);
+    EXPECT_EQ(blurtrack::entriesAt(11)[0].id, recorded);
+    EXPECT_EQ(blurtrack::entriesAt(11)[1].id, next);
+    EXPECT_EQ(blurtrack::entriesAt(11)[1].x, 250 - 16);
+    EXPECT_TRUE(log.contains("[VideoCanvas] New Blur Brush id: " + std::to_string(next)));
+    EXPECT_EQ(hold().hint->blurId, next) << "and that one is recorded";
+}
+
+TEST_F(Canvas, BrushLeftByARecordingPaintsWithoutAMotionToo) {
+    recordedAt(100, 100);
+    release(250, 200);
+    ASSERT_TRUE(brushShown());
+    ASSERT_FALSE(hovering());
     press(250, 200);
     EXPECT_EQ(blurtrack::entriesAt(11).size(), 2u);
+}
+
+TEST_F(Canvas, PressOnTheBlurThatHasJustBeenRecordedContinuesIt) {
+    const int64_t recorded = recordedAt(100, 100);
+    release(104, 100);
+    ASSERT_TRUE(brushShown());
+    ASSERT_TRUE(hovering());
+    const int64_t next = upcomingBrushId();
+    press(104, 100);
+    EXPECT_EQ(blurtrack::entriesAt(11).size(), 1u) << "its first rectangle of a frame wins";
+    EXPECT_EQ(upcomingBrushId(), next);
+    hold();
+    show(12);
+    EXPECT_EQ(framesOf(recorded), (std::vector<int64_t>{10, 11, 12}));
+    EXPECT_EQ(blurtrack::entriesAt(12)[0].x, 84);
+}
+
+TEST_F(Canvas, PressOnAnotherBlurWithABrushLeftByARecordingPaints) {
+    put(11, 700, 240, 190);
+    recordedAt(100, 100);
+    release(250, 200);
+    ASSERT_EQ(canvas.picture().hoverId, 700);
+    ASSERT_TRUE(brushShown());
+    const int64_t next = upcomingBrushId();
+    press(250, 200);
+    EXPECT_EQ(framesOf(next), std::vector<int64_t>{11});
+}
+
+TEST_F(Canvas, BlurPaintedBelowThePictureIsNotPaintedOverWithItsOwnId) {
+    // The square is moved into the picture, so the release is beside it.
+    move(100, 240);
+    press(100, 240);
+    release(100, 240);
+    ASSERT_TRUE(brushShown());
+    ASSERT_FALSE(hovering());
+    move(200, 240);
+    press(200, 240);
+    ASSERT_EQ(blurtrack::entriesAt(10).size(), 2u);
+    EXPECT_NE(blurtrack::entriesAt(10)[0].id, blurtrack::entriesAt(10)[1].id);
 }
 
 TEST_F(Canvas, NoBrushLargeEnoughPaintsNothing) {
@@ -109,7 +161,16 @@ TEST_F(Canvas, NoBrushLargeEnoughPaintsNothing) {
     press(160, 120);
     EXPECT_THAT(blurtrack::entriesAt(10), IsEmpty());
     EXPECT_THAT(log.lines(), Not(Contains(HasSubstr("New Blur id"))));
-    EXPECT_EQ(hold().playFps, 0);
+    EXPECT_EQ(hold().playFps, 25);
+    show(11, 10, 10);
+    EXPECT_THAT(blurtrack::entriesAt(11), IsEmpty());
+    EXPECT_TRUE(log.contains("[VideoCanvas] Begin blur while playing id:-1 frame: 10"));
+    // A brush that has found its size paints.
+    release(160, 120);
+    show(12);
+    send(CanvasMouse::Wheel, 160, 120, 1);
+    press(160, 120);
+    EXPECT_EQ(blurtrack::entriesAt(12).size(), 1u);
 }
 
 TEST_F(Canvas, DeliveredFrameWithoutRecordingAddsNothing) {

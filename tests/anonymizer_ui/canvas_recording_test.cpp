@@ -128,6 +128,21 @@ TEST_F(Canvas, PressWhilePlayingStartsANewBlurAndRecords) {
     EXPECT_EQ(effects.hint->blurId, id);
 }
 
+TEST_F(Canvas, PressWhilePlayingRecordsThoughThereIsNoRoomForTheBrush) {
+    show(10, 10, 10);
+    send(CanvasMouse::Wheel, 150, 100, 1);
+    playing = true;
+    move(160, 120);
+    const CanvasEffects effects = press(160, 120);
+    EXPECT_TRUE(canvas.recording());
+    EXPECT_FALSE(effects.hint) << "no blur, nothing to tell of";
+    show(11, 10, 10);
+    EXPECT_EQ(release(160, 120).stopAndSeekTo, 11);
+    EXPECT_THAT(blurtrack::entriesAt(11), IsEmpty());
+    EXPECT_TRUE(blurtrack::store().spans.empty());
+    EXPECT_TRUE(log.contains("[VideoCanvas] Blur while playing ended id:-1 frame: 11"));
+}
+
 TEST_F(Canvas, PressWhilePlayingWithHiddenBrushDoesNothing) {
     put(10, 700, 200, 100);
     playing = true;
@@ -202,6 +217,37 @@ TEST_F(Canvas, ReleaseCountsAsPlayingBeforeTheWorkerSaysSo) {
     playing = false;
     EXPECT_EQ(release(100, 100).stopAndSeekTo, 10);
     EXPECT_THAT(log.lines(), Contains(HasSubstr("Blur while playing ended")));
+}
+
+TEST_F(Canvas, LeavingCountsAsPlayingBeforeTheWorkerSaysSo) {
+    move(100, 100);
+    press(100, 100);
+    hold();
+    EXPECT_EQ(leave().stopAndSeekTo, 10);
+    EXPECT_FALSE(canvas.recording());
+}
+
+TEST_F(Canvas, MotionCountsAsPlayingBeforeTheWorkerSaysSo) {
+    put(10, 700, 200, 100);
+    move(100, 100);
+    press(100, 100);
+    hold();
+    move(210, 110);
+    EXPECT_TRUE(brushShown()) << "as while playing, over blurs too";
+    EXPECT_TRUE(canvas.recording());
+    EXPECT_EQ(move(100, 260).stopAndSeekTo, 10);
+    EXPECT_FALSE(canvas.recording());
+}
+
+TEST_F(Canvas, ReleaseWhileRecordingBesideEveryBlurKeepsTheBrush) {
+    playing = true;
+    move(100, 100);
+    press(100, 100);
+    show(11);
+    const CanvasEffects effects = release(250, 200);
+    EXPECT_EQ(effects.stopAndSeekTo, 11);
+    EXPECT_TRUE(brushShown());
+    EXPECT_FALSE(hovering());
 }
 
 TEST_F(Canvas, ClickOnThePlayingPicturePauses) {

@@ -32,9 +32,9 @@ protected:
     }
 
     /// What the tip says when the mouse comes there.
-    std::string tipAt(int x) {
+    std::string tipAt(int x, int y = 464) {
         controls.mouse({ui2::MouseInput::Action::Motion, x, 100, false});
-        const auto tip = controls.mouse({ui2::MouseInput::Action::Motion, x, 464, false}).tip;
+        const auto tip = controls.mouse({ui2::MouseInput::Action::Motion, x, y, false}).tip;
         return tip ? tip->text.utf8_string() : std::string();
     }
 
@@ -101,15 +101,24 @@ TEST_F(Controls, AnotherVideoStartsAtItsBeginning) {
     EXPECT_TRUE(knobIsAt(1));
 }
 
-TEST_F(Controls, DeleteIsEnabledAsSoonAsABlurIsSelected) {
-    click(624);
-    EXPECT_EQ(deletions, 0);
-    controls.setBlurSelected(true);
+TEST_F(Controls, DeleteIsEnabledWhileThereIsAVideo) {
     click(624);
     EXPECT_EQ(deletions, 1);
-    controls.setBlurSelected(false);
+    controls.setVideo(false, 0);
     click(624);
     EXPECT_EQ(deletions, 1);
+    EXPECT_EQ(tipAt(624), "Delete blur");
+}
+
+TEST_F(Controls, ButtonsTakeTheBarsEndsAndFollowTheWindow) {
+    for (const int height : {480, 300}) {
+        controls.place({640, height});
+        EXPECT_EQ(tipAt(31, height - 32), "Play");
+        EXPECT_EQ(tipAt(32, height - 32), "");
+        EXPECT_EQ(tipAt(607, height - 1), "NO AI");
+        EXPECT_EQ(tipAt(608, height - 32), "Delete blur") << "32 pixels from the right edge";
+        EXPECT_EQ(tipAt(608, height - 33), "");
+    }
 }
 
 TEST_F(Controls, ToggleFollowsPlayingAndStoppedAndIsLeftBySeeking) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -32,6 +33,10 @@ struct Card {
     /// Mapped memory does not survive.
     bool loseMappings = false;
     uint32_t extraPitch = 0;
+    /// Mapped memory begins in the middle of a pixel.
+    bool misaligned = false;
+    /// When a texture is made, mapped or unmapped.
+    std::function<void()> onUse = [] {};
 };
 
 class FakeTexture : public pxl::Texture {
@@ -47,23 +52,31 @@ public:
     }
     uint8_t flipped() const override { return 0; }
     Mapping map() override {
+        card_.onUse();
         if (card_.refuseMapping)
             return {};
         ++card_.maps;
+        mapped_.assign(pixels.size() * 4 + 1, 0);
+        if (card_.misaligned)
+            return {mapped_.data() + 1, width_ * 4 + card_.extraPitch};
         return {reinterpret_cast<uint8_t*>(pixels.data()), width_ * 4 + card_.extraPitch};
     }
     bool unmap() override {
+        card_.onUse();
         if (card_.loseMappings) {
             std::fill(pixels.begin(), pixels.end(), 0u);
             return false;
         }
         ++card_.uploads;
+        if (card_.misaligned)
+            std::memcpy(pixels.data(), mapped_.data() + 1, pixels.size() * 4);
         return true;
     }
 
 private:
     Card& card_;
     uint32_t width_, height_;
+    std::vector<uint8_t> mapped_;
 
 public:
     std::vector<uint32_t> pixels;
@@ -128,6 +141,8 @@ protected:
             [this, mesh](pxl::RenderTarget&, const pxl::Material& used, const pxl::Mesh&, uint32_t,
                          uint32_t) {
                 ++draws;
+                if (onDraw)
+                    onDraw();
                 matrix = used.floats();
                 matrices.push_back(matrix);
                 for (std::size_t i = 0; i + 3 < mesh->vertices.size(); i += 4) {
@@ -142,6 +157,7 @@ protected:
             target, std::move(batch),
             [this](uint32_t width, uint32_t height) -> std::shared_ptr<pxl::Texture> {
                 ++card.texturesAskedFor;
+                card.onUse();
                 if (card.noMemory)
                     throw std::bad_alloc();
                 if (card.refuseTextures)
@@ -203,6 +219,7 @@ protected:
     /// Of every draw of the last paint.
     std::vector<std::vector<float>> matrices;
     int draws = 0;
+    std::function<void()> onDraw;
 };
 
 void expectPlace(const Quad& quad, float x, float y, float w, float h) {
@@ -365,15 +382,17 @@ TEST_F(Painter, NarrowRectanglesHaveNoNegativeBars) {
         blurtrack::initFrames(10);
         blurtrack::addBlur(1, {10, 10, side, side}, 100, 7);
         paint();
-        ASSERT_GE(quads.size(), 4u);
-        for (std::size_t i = 1; i < quads.size(); ++i) {
-            EXPECT_GT(quads[i].w, 0);
-            EXPECT_GT(quads[i].h, 0);
-            EXPECT_GE(quads[i].x, 10);
-            EXPECT_LE(quads[i].x + quads[i].w, 10 + side);
-            EXPECT_LE(quads[i].y + quads[i].h, 10 + side);
-        }
+        ASSERT_EQ(quads.size(), 4u) << "no room between the bars at the sides";
+        expectPlace(quads[1], 10, 10, side, side);
+        expectPlace(quads[2], 10, 10, 4, side);
+        expectPlace(quads[3], 10 + side - 4, 10, 4, side);
     }
+    blurtrack::addBlur(2, {10, 10, 9, 3}, 100, 7);
+    picture.frame = frame(2);
+    paint();
+    ASSERT_EQ(quads.size(), 6u);
+    expectPlace(quads[4], 14, 10, 1, 4);
+    expectPlace(quads[5], 14, 9, 1, 4);
 }
 
 TEST_F(Painter, DetectionsShowFromTheThresholdOn) {
@@ -386,7 +405,7 @@ TEST_F(Painter, DetectionsShowFromTheThresholdOn) {
     EXPECT_FLOAT_EQ(patches()[1].x, 200);
 }
 
-TEST_F(Painter, RectanglesBeyondThePictureAreCut) {
+TEST_F(Painter, RectanglesBeyondThePictureShowWhatThereIsOfIt) {
     blurtrack::addBlur(1, {-10, -10, 30, 30}, 90, blurtrack::kAnonymousBlurId);
     blurtrack::addBlur(1, {300, 230, 2e9f, 2e9f}, 90, blurtrack::kAnonymousBlurId);
     blurtrack::addBlur(1, {400, 10, 30, 30}, 90, blurtrack::kAnonymousBlurId);
@@ -394,6 +413,13 @@ TEST_F(Painter, RectanglesBeyondThePictureAreCut) {
     ASSERT_EQ(patches().size(), 2u);
     expectPlace(patches()[0], 0, 0, 20, 20);
     expectPlace(patches()[1], 300, 230, 20, 10);
+    // The bars are the rectangle's own.
+    expectPlace(quads[2], -10, -10, 4, 30);
+    expectPlace(quads[3], 16, -10, 4, 30);
+    expectPlace(quads[4], -6, -10, 22, 4);
+    expectPlace(quads[5], -6, 16, 22, 4);
+    ASSERT_EQ(quads.size(), 1u + 5 + 5 + 4);
+    expectPlace(quads[11], 400, 10, 4, 30);
 }
 
 TEST_F(Painter, BrushIsTheSquareThatAClickAdds) {
@@ -405,6 +431,32 @@ TEST_F(Painter, BrushIsTheSquareThatAClickAdds) {
     expectPlace(patches()[0], 84, 34, 32, 32);
     EXPECT_EQ(quads.back().color, (pxl::Color{255, 255, 255, 255}));
     EXPECT_FALSE(quads.back().textured);
+}
+
+TEST_F(Painter, NoSquareNoBrush) {
+    picture.brushShown = true;
+    picture.brushPosition = {100, 50};
+    picture.brushSize = 0;
+    paint();
+    EXPECT_EQ(quads.size(), 1u);
+}
+
+TEST_F(Painter, BrushAndHighlightShowTheSharpPictureInUnblurMode) {
+    blurtrack::addBlur(1, {10, 20, 40, 30}, 100, 7);
+    picture.editingMode = switches::kUnblurMode;
+    picture.brushShown = true;
+    picture.brushPosition = {200, 150};
+    picture.brushSize = 32;
+    picture.hovering = true;
+    picture.hoverId = 7;
+    paint();
+    EXPECT_TRUE(holdsMosaic(quads[0]));
+    ASSERT_EQ(patches().size(), 3u);
+    expectPlace(patches()[1], 184, 134, 32, 32);
+    expectPlace(patches()[2], 10, 20, 40, 30);
+    for (const Quad& patch : patches())
+        EXPECT_TRUE(holdsFrame(patch));
+    EXPECT_EQ(quads.back().color, (pxl::Color{255, 255, 255, 255}));
 }
 
 TEST_F(Painter, HoveredBlurIsHighlightedOnceMore) {
@@ -453,6 +505,28 @@ TEST_F(Painter, HeldStoreIsNotWaitedForAndTheKnownBlursStay) {
 TEST_F(Painter, UnmappableTexturesAreUploadedFromMemory) {
     card.refuseMapping = true;
     blurtrack::addBlur(1, {10, 20, 40, 30}, 100, 7);
+    EXPECT_TRUE(paint().pictureShown);
+    EXPECT_TRUE(holdsFrame(quads[0]));
+    EXPECT_TRUE(holdsMosaic(quads[1]));
+}
+
+TEST_F(Painter, WideRowsOfMappedMemoryGetTheMosaicByWayOfTheScratchPicture) {
+    blurtrack::addBlur(1, {10, 20, 40, 30}, 100, 7);
+    card.extraPitch = 64;
+    EXPECT_TRUE(paint().pictureShown);
+    EXPECT_TRUE(holdsFrame(quads[0]));
+    EXPECT_TRUE(holdsMosaic(quads[1])) << "copied in one block";
+    EXPECT_EQ(card.maps, 2);
+    EXPECT_EQ(card.uploads, 2) << "by unmapping alone";
+    picture.frame = frame(2, 100, 60);
+    blurtrack::addBlur(2, {10, 20, 40, 30}, 100, 7);
+    paint();
+    EXPECT_TRUE(holdsMosaic(quads[1])) << "the scratch picture follows the size";
+}
+
+TEST_F(Painter, UnalignedMappedMemoryGetsTheMosaicByWayOfTheScratchPicture) {
+    blurtrack::addBlur(1, {10, 20, 40, 30}, 100, 7);
+    card.misaligned = true;
     EXPECT_TRUE(paint().pictureShown);
     EXPECT_TRUE(holdsFrame(quads[0]));
     EXPECT_TRUE(holdsMosaic(quads[1]));
@@ -522,6 +596,26 @@ TEST_F(Painter, FrameDeliveredDuringAPaintWaitsForTheNextOne) {
     EXPECT_EQ(picture.frame->index, 2);
     EXPECT_TRUE(holdsFrame(quads[0]));
     EXPECT_TRUE(first.expired());
+}
+
+TEST_F(Painter, HoldsNoLockWhileItDraws) {
+    CanvasInteraction canvas;
+    canvas.deliver(picture.frame);
+    int looks = 0;
+    // Another thread could wait for it; this one could take a lock it holds already.
+    const auto expectFree = [&](const char* when) {
+        ++looks;
+        std::thread([&] {
+            const std::unique_lock<std::mutex> store(blurtrack::store().mutex, std::try_to_lock);
+            EXPECT_TRUE(store.owns_lock()) << when;
+            canvas.picture();
+        }).join();
+    };
+    blurtrack::addBlur(1, {10, 20, 40, 30}, 100, 7);
+    card.onUse = [&] { expectFree("texture"); };
+    onDraw = [&] { expectFree("draw"); };
+    painter->paint(picture, window, [&](pxl::Batch&) { expectFree("controls"); });
+    EXPECT_EQ(looks, 2 + 2 + 2 + 2 + 1) << "made, mapped and unmapped two textures, drew twice, and controls";
 }
 
 TEST_F(Painter, UnusualFramesAndWindowsAreSurvived) {

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdlib>
 #include <vector>
 
@@ -81,7 +82,10 @@ TEST_F(CanvasRecording, IsWhatTheExportHides) {
     release();
     const std::vector<int64_t> frames = test::framesWith(id_);
     expectOneRectanglePerFrame(frames);
-    EXPECT_TRUE(log_.contains("[VideoPlayer] stop"));
+    // On a busy machine the video may have ended first, and the recording with it.
+    const int64_t frameCount = static_cast<int64_t>(storedFrames()) - 1;
+    const auto lastRecorded = static_cast<int64_t>(frames.size());
+    EXPECT_TRUE(lastRecorded == frameCount || log_.contains("[VideoPlayer] stop"));
 
     const wxString path = wxString::FromUTF8(folder_.file("recorded.mp4"));
     frame_->exportTo(path);
@@ -97,8 +101,8 @@ TEST_F(CanvasRecording, IsWhatTheExportHides) {
     pxl::Image clear(320, 180);
     pxl::Image written(320, 180);
     pxl::Image mosaic(320, 180);
-    for (int64_t frame = 1; frame <= static_cast<int64_t>(frames.size()) + 10; ++frame) {
-        const bool recorded = frame <= static_cast<int64_t>(frames.size());
+    for (int64_t frame = 1; frame <= std::min(lastRecorded + 10, frameCount); ++frame) {
+        const bool recorded = frame <= lastRecorded;
         if (recorded)
             rect = blurtrack::entriesAt(frame).at(0);
         ASSERT_TRUE(source.next() && source.convert(clear));
@@ -182,6 +186,25 @@ TEST_F(CanvasRecording, LeavingThePictureGivesTheLineBackToTheModesHint) {
     EXPECT_TRUE(log_.contains("[VideoPlayerThread] Stop Play"));
 }
 
+TEST_F(CanvasRecording, BrushFollowsEveryWheelUpOrDownAndSideways) {
+    openReady("plain.mp4");
+    switches::brushSize = 32;
+    ASSERT_TRUE(test::runUntil([this] { return log_.contains("[VideoPlayerThread] Seek to frame 1"); }));
+    const auto turn = [this](int axis, int rotation) {
+        wxMouseEvent event(wxEVT_MOUSEWHEEL);
+        event.m_wheelAxis = static_cast<wxMouseWheelAxis>(axis);
+        event.m_wheelRotation = rotation;
+        event.SetEventObject(&canvas());
+        canvas().ProcessWindowEvent(event);
+        return switches::brushSize.load();
+    };
+    // The first picture may still be on its way.
+    ASSERT_TRUE(test::runUntil([&] { return turn(wxMOUSE_WHEEL_VERTICAL, 120) == 48; }));
+    EXPECT_EQ(turn(wxMOUSE_WHEEL_HORIZONTAL, 7), 64);
+    EXPECT_EQ(turn(wxMOUSE_WHEEL_HORIZONTAL, -240), 48);
+    EXPECT_EQ(turn(wxMOUSE_WHEEL_VERTICAL, -1), 32);
+}
+
 TEST_F(CanvasRecording, OfOneFrameEndsOnIt) {
     openReady("one_frame.mp4");
     ASSERT_TRUE(test::press(canvas()));
@@ -232,8 +255,8 @@ TEST_F(CanvasRecording, ASinglePixelHasNoRoomForABrush) {
         return upcomingBrushId() > id;
     }));
     test::sendMouse(canvas(), wxEVT_LEFT_DOWN, test::middle(canvas()));
-    ASSERT_TRUE(test::startPlaying(canvas(), log_)) << "longer than a hold takes to record";
     ASSERT_TRUE(test::runUntil([this] { return log_.contains("[VideoPlayerThread] Play"); }));
+    EXPECT_EQ(hint(), hintText(kHintBlurMode).utf8_string()) << "no blur is recorded";
     release();
     test::runPending();
     EXPECT_EQ(blurCount(), 0u);

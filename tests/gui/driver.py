@@ -241,9 +241,7 @@ class App:
             raise AssertionError("the program ended with %s:\n%s" % (self.process.returncode, self.console()))
 
     def close(self):
-        """Closes the window as a user does and returns the exit code. A tool tip keeps the mouse, and the
-        window from being closed, so the mouse goes away first."""
-        self.screen.xdotool("mousemove", 1, 1)
+        """Closes the window as a user does and returns the exit code."""
         self.screen.output("wmctrl", "-i", "-c", str(self.main_window()))
         return self.process.wait(timeout=LIMIT)
 

@@ -82,6 +82,21 @@ TEST_F(LayoutTips, OpensWhenTheMouseRests) {
     EXPECT_TRUE(tips_->isOpen()) << "it stays";
 }
 
+TEST_F(LayoutTips, LongTextsWrapAt150Pixels) {
+    tip_.text = "Deletes the selected blur from the first to the last of its frames and keeps all others";
+    ASSERT_TRUE(openTip());
+    const wxSize size = tipWindow()->GetSize();
+    tips_->close();
+    const auto sizeAt = [this](int width) {
+        wxTipWindow* const window = new wxTipWindow(canvas_, tip_.text, canvas_->FromDIP(width));
+        const wxSize wrapped = window->GetSize();
+        window->Close();
+        return wrapped;
+    };
+    EXPECT_EQ(size, sizeAt(150));
+    EXPECT_NE(size, sizeAt(300));
+}
+
 TEST_F(LayoutTips, ClosesAndIsForgottenWhenTheMouseLeavesTheElement) {
     ASSERT_TRUE(openTip());
     moveTo(200, 100);

@@ -1,0 +1,125 @@
+#include "canvasinteraction.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include <wx/log.h>
+
+#include "brush.h"
+#include "canvasstore.h"
+#include "switches.h"
+
+// Recording while playing.
+
+namespace {
+
+constexpr double kFallbackFps = 25;
+constexpr double kHighestFps = 100000;
+
+} // namespace
+
+int playbackFps(int32_t speed, double videoFps) {
+    const double usable = std::isfinite(videoFps) && videoFps > 0 ? videoFps : kFallbackFps;
+    return std::max(1, static_cast<int>(std::min(speed * usable, kHighestFps)));
+}
+
+CanvasEffects CanvasInteraction::onHold(bool playerSet, double videoFps, bool seekPending) {
+    CanvasEffects effects;
+    if (!playerSet)
+        return effects;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (!frame_ || frame_->index != pressFrame_)
+        return effects;
+    if (seekPending) {
+        effects.startTimer = true;
+        return effects;
+    }
+    const auto storeLock = lockStoreSoon();
+    if (!storeLock.owns_lock()) {
+        effects.startTimer = true;
+        return effects;
+    }
+
+    if (!hover_.set) {
+        if (!blurtrack::spanOf(currentBlurId_))
+            storeNewBlur();
+        wxLogMessage("[VideoCanvas] Begin blur while playing id:%lld frame: %lld", number(currentBlurId_),
+                     number(frame_->index));
+    }
+    const view::Rect rect = hover_.set ? hover_.rect : newBlurRect_;
+    if (hover_.set)
+        currentBlurId_ = hover_.id;
+    // Without a blur the brush stays as it is.
+    if (!rect.empty()) {
+        brush_.id = currentBlurId_;
+        brush_.position = mappingNow().windowPixel(brush::centreOf(rect));
+        brush_.size = std::max(rect.w, rect.h);
+    }
+    brush_.shown = true;
+    hover_.set = false;
+    blurtrack::delBlur(currentBlurId_, frame_->index + 1);
+    wxLogMessage("[VideoCanvas] Continue blur while playing id:%lld frame: %lld", number(currentBlurId_),
+                 number(frame_->index));
+    recording_ = true;
+    recordedFrame_ = frame_->index;
+
+    effects.clearLayoutHover = true;
+    effects.playFps = playbackFps(switches::playbackSpeed, videoFps);
+    effects.repaint = true;
+    tellHint(effects);
+    return effects;
+}
+
+CanvasEffects CanvasInteraction::pause(bool playerPlays) {
+    CanvasEffects effects;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const bool wasRecording = endRecording();
+    effects.stopTimer = true;
+    if ((playerPlays || wasRecording) && frame_)
+        effects.stopAndSeekTo = frame_->index;
+    effects.repaint = true;
+    tellHint(effects);
+    return effects;
+}
+
+void CanvasInteraction::deliver(std::shared_ptr<VideoPlayer::Frame> frame) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    frame_ = std::move(frame);
+    // Paint, mouse and the end of the canvas wait for the canvas-state mutex: no waiting here.
+    if (recording_)
+        recordUpToPicture(std::unique_lock<std::mutex>(blurtrack::store().mutex, std::try_to_lock));
+}
+
+void CanvasInteraction::recordUpToPicture(const std::unique_lock<std::mutex>& storeLock) {
+    if (!storeLock.owns_lock() || !frame_ || !brush_.shown)
+        return;
+    const view::Rect square = brushSquare();
+    if (square.empty())
+        return;
+    // Frames whose conversion failed were never delivered. The store counts a span frame by frame, so a hole
+    // in it would put the last frames out of reach of a deletion.
+    const bool follows = playState_ != Seeking && frame_->index > recordedFrame_;
+    for (int64_t f = follows ? recordedFrame_ + 1 : frame_->index; f <= frame_->index; ++f)
+        blurtrack::addBlur(f, toFloats(square), blurtrack::kBrushScore, currentBlurId_);
+    recordedFrame_ = frame_->index;
+}
+
+bool CanvasInteraction::endRecording() {
+    if (!recording_.exchange(false))
+        return false;
+    if (frame_ && frame_->index != recordedFrame_ && currentBlurId_ != blurtrack::kNoBlurId) {
+        recordUpToPicture(lockStoreSoon());
+        if (frame_->index != recordedFrame_)
+            wxLogMessage("[VideoCanvas] Blur while playing not recorded id:%lld frames: %lld to %lld",
+                         number(currentBlurId_), number(recordedFrame_ + 1), number(frame_->index));
+    }
+    return true;
+}
+
+void CanvasInteraction::setPlayState(PlayState state) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (state == Stopped)
+        endRecording();
+    playState_ = state;
+}
