@@ -2,7 +2,7 @@
 
 A test file defines unittest cases on GuiTest and ends with driver.main(). CTest gives it the program and the
 folder of the synthesised videos. Without Xvfb and its companions the file is skipped (exit code 77) with the
-reason. Nothing waits for a fixed time: every wait names an event, polls for it and fails after a limit.
+reason, and so is one whose every test says that it was skipped. Nothing waits for a fixed time: every wait names an event, polls for it and fails after a limit.
 """
 
 import argparse
@@ -494,6 +494,7 @@ def main():
     parser.add_argument("--program", required=True)
     parser.add_argument("--media", required=True)
     parser.add_argument("--tools", default="", help="folder of the tests' own helper programs")
+    parser.add_argument("--detector", default="", help="the detection library, where the build has one")
     parser.add_argument("--pictures", default=os.path.join(tempfile.gettempdir(), "shroud-gui-failures"))
     options, rest = parser.parse_known_args()
     options.program = os.path.abspath(options.program)
@@ -502,4 +503,7 @@ def main():
     if missing:
         print("skipped: %s not installed" % ", ".join(missing))
         sys.exit(SKIPPED)
-    unittest.main(argv=[sys.argv[0]] + rest, verbosity=2)
+    result = unittest.main(argv=[sys.argv[0]] + rest, verbosity=2, exit=False).result
+    if not result.wasSuccessful():
+        sys.exit(1)
+    sys.exit(SKIPPED if result.skipped and len(result.skipped) == result.testsRun else 0)

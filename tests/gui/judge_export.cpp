@@ -9,8 +9,12 @@
 #include <string>
 #include <vector>
 
+#include "support/mp4_boxes.h"
+
 /// Judges an export by its pixels, frame by frame, both files decoded by the ffmpeg program.
 /// usage: judge_export SOURCE EXPORT WIDTH HEIGHT CELL blur|unblur RECTANGLES
+///
+/// Names every fault of the export's boxes too: whatever a file must not hold but its one video track.
 ///
 /// RECTANGLES is a text file with a line "FRAME X Y W H" for each rectangle, frames from 1. In blur mode the
 /// rectangles must be hidden and all else clear, in unblur mode the other way round. Says the worst figures,
@@ -237,5 +241,8 @@ int main(int argc, char** argv) {
     const bool isRight = judge.report();
     if (hasSource != hasResult)
         std::printf("one of the files has more frames\n");
-    return frames > 0 && isRight && hasSource == hasResult ? 0 : 1;
+    const std::vector<std::string> faults = test::privacyFaults(argv[2]);
+    for (const std::string& fault : faults)
+        std::printf("privacy: %s\n", fault.c_str());
+    return frames > 0 && isRight && hasSource == hasResult && faults.empty() ? 0 : 1;
 }
