@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <clocale>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -48,6 +49,10 @@ protected:
             for (unsigned row = 0; row < box->GetCount(); ++row)
                 offered_.push_back(box->GetString(row).utf8_string());
             selected_ = box->GetStringSelection().utf8_string();
+            buttons_.clear();
+            for (const int id : {wxID_OK, wxID_CANCEL})
+                if (const wxWindow* button = dialog->FindWindow(id))
+                    buttons_.push_back(button->GetLabel());
             if (name.empty())
                 return static_cast<int>(wxID_CANCEL);
             list->SetSelection(box->FindString(wxString::FromUTF8(name)));
@@ -76,6 +81,7 @@ protected:
     std::string message_;
     std::vector<std::string> offered_;
     std::string selected_;
+    std::vector<wxString> buttons_;
 };
 
 } // namespace
@@ -115,6 +121,20 @@ TEST_F(LanguageDialog, NothingIsSelectedWhenTheLanguageInForceIsNotOffered) {
     languages::applyLanguage({"", wxLANGUAGE_ZULU});
     choose({});
     EXPECT_EQ(selected_, "");
+}
+
+TEST_F(LanguageDialog, NoTwoButtonsHaveTheSameLetterInAnyLanguage) {
+    for (const languages::Entry& entry : languages::buildLanguageTable()) {
+        languages::applyLanguage(entry);
+        choose({});
+        EXPECT_THAT(buttons_, testing::SizeIs(2)) << entry.name;
+        std::set<wxString> letters;
+        for (const wxString& label : buttons_) {
+            const bool isNew =
+                !label.Contains("&") || letters.insert(label.AfterFirst('&').Left(1).Lower()).second;
+            EXPECT_TRUE(isNew) << entry.name << ": " << label;
+        }
+    }
 }
 
 TEST_F(LanguageDialog, NumbersKeepTheirDecimalPointInEveryLanguage) {

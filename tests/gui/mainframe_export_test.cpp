@@ -310,6 +310,7 @@ TEST_F(MainFrameExport, ADetectionWithoutItsLibraryEndsAndGivesTheWindowBack) {
     wxCommandEvent detect(wxEVT_MENU, commands::kBlurHumans);
     frame_->OnAI(detect);
     EXPECT_TRUE(frame_->refusesVideos());
+    EXPECT_FALSE(frame_->IsEnabled()) << "by the progress dialog, from the first moment";
     EXPECT_FALSE(frame_->Close());
     waitForTheWorker();
     EXPECT_TRUE(frame_->IsEnabled());

@@ -2,8 +2,13 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include <gmock/gmock.h>
+#include <wx/log.h>
+#include <wx/utils.h>
 
 #include "commands.h"
 #include "filedroptarget.h"
@@ -31,6 +36,19 @@ protected:
         EXPECT_FALSE(isEnabled(commands::kBlurMode));
         EXPECT_EQ(storedFrames(), 0u);
         EXPECT_EQ(switches::hintState, 0);
+    }
+};
+
+/// Notes for every line that the user-interface thread logs whether the cursor was busy.
+class BusyAtLines : public wxLogInterposer {
+public:
+    std::vector<std::pair<std::string, bool>> lines;
+
+protected:
+    void DoLogTextAtLevel(wxLogLevel, const wxString&) override {}
+    void DoLogRecord(wxLogLevel level, const wxString& text, const wxLogRecordInfo& info) override {
+        lines.emplace_back(text.utf8_string(), wxIsBusy());
+        wxLogInterposer::DoLogRecord(level, text, info);
     }
 };
 
@@ -143,6 +161,21 @@ TEST_F(MainFrameOpen, AReadyOfAnEarlierVideoDoesNotActOnALaterOne) {
     frame_->onReady(1);
     EXPECT_FALSE(isReady());
     EXPECT_TRUE(test::runUntil([this] { return isReady(); }));
+}
+
+TEST_F(MainFrameOpen, TheCursorIsBusyFromTheEndOfTheVideoBeforeToTheEndOfTheOpening) {
+    openReady("plain.mp4");
+    auto* busyAtLines = new BusyAtLines;
+    frame_->openVideo(clip("text.mp4"));
+    const auto lines = busyAtLines->lines;
+    wxLog* const before = busyAtLines->GetOldLog();
+    busyAtLines->DetachOldLog();
+    delete wxLog::SetActiveTarget(before);
+    using testing::Contains;
+    using testing::Pair;
+    EXPECT_THAT(lines, Contains(Pair("[VideoPlayerThread] destroyed", true)));
+    EXPECT_THAT(lines, Contains(Pair(testing::HasSubstr("Invalid data found"), true)));
+    EXPECT_FALSE(wxIsBusy());
 }
 
 TEST_F(MainFrameOpen, OpeningManyTimesInARowEndsWithTheLast) {

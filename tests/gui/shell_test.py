@@ -135,6 +135,61 @@ class Shell(menus.MenuTest):
         self.key_in(app, "About Tarvex Shroud", "Escape")
         self.wait_no_title(app, "About Tarvex Shroud")
 
+    def test_the_tab_key_goes_round_the_language_dialog(self):
+        app = self.ready()
+        title = "Select language"
+        before = self.config(app)
+
+        def use(*keys):
+            self.choose(app, "Help", (HELP, "Language"))
+            self.key_in(app, title, *keys)
+            self.wait_no_title(app, title)
+            return self.config(app)
+        # List, Cancel, OK, as they stand, and back to the list.
+        self.assertEqual(use("Home", "Tab", "space"), before)
+        self.assertEqual(use("Home", "shift+Tab", "shift+Tab", "space"), before)
+        self.assertEqual(use("Home", "Tab", "Tab", "Tab", "Tab", "space"), before)
+        self.assertEqual(use("Home", "Down", "Escape"), before)
+        use("Home", "Tab", "Tab", "space")
+        driver.wait_until(lambda: self.config(app)["userlang"] == "1", "the choice in the settings")
+
+    def test_escape_and_return_close_a_message_box(self):
+        app = self.ready()
+        for key in ("Escape", "Return", "space"):
+            app.key("ctrl+e")
+            self.type_file(app, "Export video file", "/proc/none.mp4")
+            self.key_in(app, "Error", key)
+            self.wait_no_title(app, "Error")
+        app.wait_number(1)
+
+    def test_a_disabled_item_is_paler_than_the_others_and_can_be_read(self):
+        app = self.start()
+        app.main_window()
+        app.wait_log(r"^\[AI\]")
+        app.move_window(60, 60)
+        x, y, width, height = self.open_menu(app, "File")
+        self.screen.xdotool("mousemove", 1, 1)
+
+        def contrasts():
+            """Of the three rows with their background: the greatest difference of a pixel."""
+            picture = self.screen.shot().crop(x, y, width, height)
+            ground = picture.pixel(width - 4, height // 6)
+            found = []
+            for row in range(3):
+                # The middle of the row, left of its key.
+                points = [(column, line) for column in range(6, width // 2)
+                          for line in range((6 * row + 2) * height // 18, (6 * row + 4) * height // 18)]
+                found.append(max(max(abs(a - b) for a, b in zip(picture.pixel(*point), ground))
+                                 for point in points))
+            return found
+
+        def drawn():
+            now = contrasts()
+            return now if min(now) > 60 else None
+        opening, exporting, leaving = driver.wait_until(drawn, "readable rows")
+        self.assertLess(exporting, opening)
+        self.assertLess(exporting, leaving)
+
     def test_a_chosen_language_is_there_after_a_restart(self):
         home = self.home()
         app = self.ready(home=home)
@@ -239,7 +294,8 @@ class Shell(menus.MenuTest):
         progress = self.dialog(app, "Export")
         self.screen.output("wmctrl", "-i", "-c", str(progress))
         self.screen.output("wmctrl", "-i", "-c", str(app.main_window()))
-        self.screen.output("xdotool", "windowfocus", str(progress), "key", "alt+F4")
+        for key in ("alt+F4", "Escape", "Return", "Tab", "space"):
+            self.screen.output("xdotool", "windowfocus", str(progress), "key", key)
         self.screen.output("xdotool", "key", "ctrl+q")
         app.wait_log(r"\[VideoExportThread\] Thread destroyed")
         app.check_running()

@@ -160,6 +160,21 @@ class Start(menus.MenuTest):
         lines = [line for line in app.log() if re.search(r"^Deleted old|^\[AI\]|\[VideoPlayerThread\] created", line)]
         self.assertEqual([line.split()[0] for line in lines], ["Deleted", "[AI]", "[VideoPlayerThread]"])
 
+    def test_translations_come_after_the_detection_library_and_before_the_window(self):
+        folder = self.home()
+        program = os.path.join(folder, "tarvex_shroud")
+        shutil.copy(driver.options.program, program)
+        os.makedirs(os.path.join(folder, "languages", "de"))
+        with open(os.path.join(folder, "languages", "de", "main.mo"), "w", encoding="utf-8") as file:
+            file.write("no catalog")
+        app = self.start_program(program, env={"LANGUAGE": "de", "LC_ALL": "C.UTF-8"})
+        app.main_window()
+        app.wait_log(r"^\[VideoPlayerThread\] created")
+        steps = [re.search(r"Could not find Doriq|Damaged catalog|VideoPlayerThread\] created", line)
+                 for line in app.log()]
+        self.assertEqual([step.group() for step in steps if step],
+                         ["Could not find Doriq", "Damaged catalog", "VideoPlayerThread] created"])
+
     def test_the_defaults_are_there_before_the_detection_library(self):
         library = os.path.join(driver.options.tools, "..", "lib", "tests", "fake_doriq.so")
         if not os.path.exists(library):
