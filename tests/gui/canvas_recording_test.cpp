@@ -176,6 +176,17 @@ TEST_F(CanvasRecording, TellsItsBlurAndGivesTheLineBackToTheModesHint) {
     }
 }
 
+TEST_F(CanvasRecording, KeepsTheLineThroughAChangeOfModeWhoseHintComesAfterIt) {
+    openReady("plain.mp4");
+    record();
+    const std::string recording = hintTextForBlur(kHintRecording, id_).utf8_string();
+    ASSERT_EQ(hint(), recording);
+    command(commands::kUnblurMode);
+    EXPECT_EQ(hint(), recording);
+    test::sendMouse(canvas(), wxEVT_LEAVE_WINDOW, wxPoint(-1, 5));
+    EXPECT_EQ(hint(), hintText(kHintUnblurMode).utf8_string());
+}
+
 TEST_F(CanvasRecording, LeavingThePictureGivesTheLineBackToTheModesHint) {
     openReady("plain.mp4");
     command(commands::kUnblurMode);

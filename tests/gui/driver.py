@@ -268,9 +268,14 @@ class App:
 
     def titles(self):
         """Titles of all windows of the program."""
-        lines = self.screen.output("wmctrl", "-l", "-p").decode(errors="replace").splitlines()
-        return [parts[4] if len(parts) > 4 else "" for parts in (line.split(None, 4) for line in lines)
-                if int(parts[2]) == self.process.pid]
+        for _ in range(50):
+            lines = self.screen.output("wmctrl", "-l", "-p").decode(errors="replace").splitlines()
+            titles = [parts[4] if len(parts) > 4 else "" for parts in (line.split(None, 4) for line in lines)
+                      if int(parts[2]) == self.process.pid]
+            # A list that changes while it is read comes out empty.
+            if titles or not self.running():
+                break
+        return titles
 
     def title(self):
         return self.screen.output("xdotool", "getwindowname", str(self.main_window())).decode().strip()

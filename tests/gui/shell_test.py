@@ -1,6 +1,7 @@
 """The application around the canvas: menus by mouse and by key, dialogs, settings, shutdown."""
 
 import os
+import shutil
 import signal
 
 import driver
