@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <clocale>
 #include <csignal>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 
