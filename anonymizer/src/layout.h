@@ -162,9 +162,10 @@ public:
 
     /// Everything to draw, back to front; empty for an invisible list.
     std::vector<Primitive> primitives() const;
-    /// Adds the list to the batch, in the batch's transform. Makes textures that are not there yet, so the
-    /// context must be current.
-    void draw(pxl::Batch& batch);
+    using MakeTexture = std::function<std::shared_ptr<pxl::Texture>(const pxl::Image&)>;
+    /// Adds the list to the batch, in the batch's transform. Makes the textures that are drawn and not there
+    /// yet, so the context must be current; with `makeTexture`, which tests replace.
+    void draw(pxl::Batch& batch, const MakeTexture& makeTexture = textureMaker());
     /// Drops the textures, with the context current. The next `draw` makes them again.
     void releaseTextures();
 
@@ -212,7 +213,10 @@ private:
     void dropPress(MouseResult& result);
     void followMouse(int32_t x, MouseResult& result);
     /// Made on first use, with the context current; empty when there is no picture or the driver refuses.
-    static std::shared_ptr<pxl::Texture> textureOf(Element& element, int image);
+    static std::shared_ptr<pxl::Texture> textureOf(Element& element, int image,
+                                                   const MakeTexture& makeTexture);
+    /// The rendering layer's.
+    static MakeTexture textureMaker();
 
     std::vector<Element> elements_;
     /// Slider whose knob follows the mouse; −1 for none.

@@ -5,7 +5,7 @@
 
 namespace ui2 {
 
-void Layout::draw(pxl::Batch& batch) {
+void Layout::draw(pxl::Batch& batch, const MakeTexture& makeTexture) {
     for (const Primitive& primitive : primitives()) {
         const pxl::RectF& rect = primitive.rect;
         switch (primitive.shape) {
@@ -17,17 +17,21 @@ void Layout::draw(pxl::Batch& batch) {
                             primitive.color);
             break;
         case Primitive::Shape::Image:
-            if (const auto texture = textureOf(*find(primitive.element), primitive.image))
+            if (const auto texture = textureOf(*find(primitive.element), primitive.image, makeTexture))
                 batch.drawTexture(texture, rect, {0, 0, 1, 1}, primitive.color);
             break;
         }
     }
 }
 
-std::shared_ptr<pxl::Texture> Layout::textureOf(Element& element, int image) {
+Layout::MakeTexture Layout::textureMaker() {
+    return [](const pxl::Image& image) { return pxl::createTexture(image); };
+}
+
+std::shared_ptr<pxl::Texture> Layout::textureOf(Element& element, int image, const MakeTexture& makeTexture) {
     ElementImage& wanted = element.images[static_cast<std::size_t>(image)];
     if (!wanted.tried && wanted.picture) {
-        wanted.texture = pxl::createTexture(*wanted.picture);
+        wanted.texture = makeTexture(*wanted.picture);
         wanted.tried = true;
     }
     return wanted.texture;

@@ -61,6 +61,20 @@ TEST_F(Canvas, PressOnASelectedBlurStartsTheTimerWithoutPainting) {
     EXPECT_EQ(blurtrack::entriesAt(10).size(), 1u);
 }
 
+TEST_F(Canvas, ReleaseBeforeTheHoldOnlySelects) {
+    for (int64_t f = 10; f <= 12; ++f)
+        put(f, 700, 200, 100);
+    move(210, 110);
+    press(210, 110);
+    const CanvasEffects effects = release(210, 110);
+    EXPECT_TRUE(effects.stopTimer);
+    EXPECT_EQ(effects.playFps, 0);
+    EXPECT_EQ(effects.stopAndSeekTo, 0);
+    EXPECT_TRUE(hovering());
+    EXPECT_FALSE(canvas.recording());
+    EXPECT_EQ(framesOf(700), (std::vector<int64_t>{10, 11, 12}));
+}
+
 TEST_F(Canvas, PressBesideTheSelectionStartsANewBrushWithoutPainting) {
     put(10, 700, 200, 100);
     move(210, 110);

@@ -108,6 +108,23 @@ class View(driver.GuiTest):
     def test_one_frame_video(self):
         self.check_video("one_frame.mp4")
 
+    def test_driver_without_opengl_33_is_told_once_and_the_rest_works(self):
+        app = self.start("--video", os.path.join(driver.options.media, "plain.mp4"),
+                         env={"MESA_GL_VERSION_OVERRIDE": "3.2"})
+        window = app.main_window()
+        driver.wait_until(lambda: "Error" in app.titles(), "the message")
+        self.assertEqual(app.log_count(r"^Error: \[VideoCanvas\] No OpenGL 3\.3: nothing can be drawn$"), 1)
+        self.screen.xdotool("key", "Return")
+        driver.wait_until(lambda: "Error" not in app.titles(), "the end of the message")
+        # The window and its menus live on.
+        app.wait_log(r"Seek to frame 1$")
+        app.click(*app.play_button())
+        app.wait_log(r"\[VideoPlayer\] play 25fps")
+        app.click(*app.play_button())
+        app.wait_log(r"\[VideoPlayer\] stop")
+        self.assertEqual((app.main_window(), app.titles()), (window, [app.title()]))
+        self.assertEqual(app.close(), 0)
+
     def test_video_that_delivers_no_frame(self):
         app = self.start("--video", os.path.join(driver.options.media, "one_frame_bframes.mp4"))
         app.main_window()
