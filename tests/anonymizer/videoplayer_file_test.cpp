@@ -71,6 +71,17 @@ TEST_F(VideoPlayerFile, PlaysEveryFrameOnceInOrder) {
     EXPECT_EQ(events.lines(), expected);
 }
 
+TEST_F(VideoPlayerFile, PlayingEndsWithoutTheFramesThatTheDecoderStillHolds) {
+    openClip("bframes.mp4");
+    player->seek(240);
+    player->play(100);
+    ASSERT_TRUE(events.waitFor("Stopped", 2));
+    EXPECT_EQ(events.lines(),
+              (test::EventList::Lines{"Seeking", "frame 240", "Stopped", "Playing", "frame 241", "frame 242",
+                                      "frame 243", "frame 244", "frame 245", "frame 246", "frame 247",
+                                      "frame 248", "Stopped"}));
+}
+
 TEST_F(VideoPlayerFile, AFileThatIsCutWhileItPlaysEndsThere) {
     const test::TempFolder folder;
     const std::string path = folder.write("cut.mp4", test::readFile(clip("sample.mp4").utf8_string()));
