@@ -80,8 +80,11 @@ class Screen:
     def __init__(self, width=1280, height=1024):
         self.size = (width, height)
         reader, writer = os.pipe()
+        # A server that starts afresh after its last client, as which it takes a look from outside, loses a window
+        # manager that comes just then.
         self.server = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(writer), "-screen", "0", "%dx%dx24" % self.size, "-nolisten", "tcp"],
+            ["Xvfb", "-displayfd", str(writer), "-screen", "0", "%dx%dx24" % self.size, "-nolisten", "tcp",
+             "-noreset"],
             pass_fds=[writer], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         os.close(writer)
         with os.fdopen(reader) as pipe:

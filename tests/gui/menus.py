@@ -154,8 +154,19 @@ class MenuTest(driver.GuiTest):
         """Waits for a message box with this text, and this advice below it, and presses OK."""
         for part in (text,) + advice:
             self.marked_in_turn(self.dialog(app, title), part)
-        self.key_in(app, title, "Return")
-        self.wait_no_title(app, title)
+        self.press_until_gone(app, title, "Return")
+
+    def press_until_gone(self, app, title, key):
+        """A box that has just taken the focus may miss a key."""
+        box = str(self.dialog(app, title))
+
+        def press():
+            self.screen.output("xdotool", "windowfocus", box, "key", key)
+            try:
+                return driver.wait_until(lambda: title not in app.titles(), "", 2)
+            except driver.Timeout:
+                return False
+        driver.wait_until(press, "the window %r to close" % title)
 
     def read_log_box(self, app, title="Tarvex Shroud Error"):
         """The lines that the box of the log tells, without their times; presses OK."""
@@ -171,8 +182,7 @@ class MenuTest(driver.GuiTest):
             except driver.Timeout:
                 return None
         text = driver.wait_until(copied, "the lines of the box")
-        self.key_in(app, title, "Escape")
-        self.wait_no_title(app, title)
+        self.press_until_gone(app, title, "Escape")
         return [line.split(": ", 1)[-1] for line in text.splitlines()]
 
     def copy_of(self, selections, box):
