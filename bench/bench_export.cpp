@@ -5,9 +5,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <future>
-#include <map>
 #include <memory>
+#include <numeric>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <wx/init.h>
 #include <wx/log.h>
@@ -23,6 +25,7 @@ extern "C" {
 #include "report.h"
 #include "switches.h"
 #include "video_backend_ffmpeg.h"
+#include "video_backend_ffmpeg_encoder.h"
 #include "workerend.h"
 
 namespace {
@@ -138,16 +141,20 @@ bool measureExport(const bench::Options& options, const char* self, const std::s
     return true;
 }
 
-bool measureMemoryOfALongerClip(const char* self, const std::string& clip, const std::string& longer,
-                                const fs::path& folder) {
+bool measureMemoryOfALongerClip(const bench::Options& options, const char* self, const std::string& clip,
+                                const std::string& longer, const fs::path& folder) {
     bench::Figure flat{"peak memory, clip six times as long", "MiB", {}, {}, "the clip itself", 1.05, {}, ""};
     const std::string output = (folder / "ours.mp4").string();
-    const bench::Cost one = bench::run({self, "--export-only", clip, output});
-    const bench::Cost six = bench::run({self, "--export-only", longer, output});
-    flat.ours = {six.peakMiB};
-    flat.peer = {one.peakMiB};
+    for (int i = 0; i < options.repeat; ++i) {
+        const bench::Cost one = bench::run({self, "--export-only", clip, output});
+        const bench::Cost six = bench::run({self, "--export-only", longer, output});
+        if (!one.succeeded || !six.succeeded)
+            return false;
+        flat.ours.push_back(six.peakMiB);
+        flat.peer.push_back(one.peakMiB);
+    }
     bench::print(flat);
-    return one.succeeded && six.succeeded;
+    return true;
 }
 
 /// The encoder's conversion by itself.
@@ -160,43 +167,76 @@ void toYuv(const pxl::Image& image, uint8_t* const planes[], const int strides[]
     sws_freeContext(scaler);
 }
 
-/// The stages one after the other on one thread; its processor time. What libx264 takes is seen in the
-/// difference between the whole and encoding alone.
-bool measureStages(const bench::Options& options, const std::string& clip) {
-    const video::VideoInfo info = describe(clip);
-    addRegion(info.frameCount);
+video::EncoderSettings settingsFor(const video::VideoInfo& info, const fs::path& output) {
+    video::EncoderSettings settings;
+    settings.width = info.width;
+    settings.height = info.height;
+    settings.fps = info.fps;
+    settings.bitRate = info.bitRate;
+    settings.gopSize = info.gopSize;
+    settings.passes = 1;
+    settings.path = wxString::FromUTF8(output.string());
+    settings.codec = video::kCodecH264;
+    settings.colorMatrix = info.colorMatrix;
+    return settings;
+}
+
+enum Stage { Decode, ToRgba, Mosaic, Copy, ToYuv, Encode, StageCount };
+constexpr const char* kStageNames[] = {"stage: decode, per frame",   "stage: to RGBA, per frame",
+                                       "stage: mosaic, per frame",   "stage: copy, per frame",
+                                       "stage: to 4:2:0, per frame", "stage: encode and write, per frame"};
+
+/// The stages one after the other; processor seconds of each for `kFramesPerStage` frames, empty on failure.
+/// The encoder's threads are seen in what the process spends beside the other stages; it converts each
+/// picture itself, once more.
+std::vector<double> timeStages(const video::VideoInfo& info, const fs::path& output) {
     uint8_t* planes[4] = {};
     int strides[4] = {};
     if (av_image_alloc(planes, strides, info.width, info.height, AV_PIX_FMT_YUV420P, 32) < 0)
-        return false;
-    const char* const names[] = {"stage: decode, per frame", "stage: to RGBA, per frame",
-                                 "stage: mosaic, per frame", "stage: copy, per frame",
-                                 "stage: to 4:2:0, per frame"};
-    std::map<std::string, std::vector<double>> perFrame;
+        return {};
+    std::vector<double> spent(StageCount);
     bool complete = true;
-    for (int repeat = 0; repeat < options.repeat && complete; ++repeat) {
+    const double whole = bench::processSeconds([&] {
         Decoder_ffmpeg decoder;
         decoder.open(info.path);
+        Encoder_ffmpeg encoder(settingsFor(info, output));
         Frameblur processor(info.width, info.height);
         pxl::Image image(info.width, info.height);
-        double spent[5] = {};
         for (int frame = 0; frame < kFramesPerStage && complete; ++frame) {
             const Image* result = nullptr;
             pxl::Image copy;
-            spent[0] += bench::threadSeconds([&] { complete = decoder.next(); });
-            spent[1] += bench::threadSeconds([&] { complete = complete && decoder.convert(image); });
-            spent[2] += bench::threadSeconds(
+            spent[Decode] += bench::threadSeconds([&] { complete = decoder.next(); });
+            spent[ToRgba] += bench::threadSeconds([&] { complete = complete && decoder.convert(image); });
+            spent[Mosaic] += bench::threadSeconds(
                 [&] { result = processor.process(image, static_cast<int32_t>(decoder.frameIndex()), 50); });
-            spent[3] += bench::threadSeconds([&] { copy = result->clone(); });
-            spent[4] += bench::threadSeconds([&] { toYuv(copy, planes, strides); });
+            spent[Copy] += bench::threadSeconds([&] { copy = result->clone(); });
+            spent[ToYuv] += bench::threadSeconds([&] { toYuv(copy, planes, strides); });
+            encoder.encode(std::make_shared<Frame_ffmpeg>(std::move(copy), decoder.frameIndex()));
         }
-        for (std::size_t stage = 0; stage < 5; ++stage)
-            perFrame[names[stage]].push_back(1e3 * spent[stage] / kFramesPerStage);
-    }
+        encoder.finish();
+        complete = complete && !encoder.failed();
+    });
     av_freep(&planes[0]);
-    for (const char* name : names)
-        bench::print({name, "ms", perFrame[name], {}, "", {}, {}, ""});
-    return complete;
+    spent[Encode] = whole - std::accumulate(spent.begin(), spent.end(), spent[ToYuv]);
+    return complete ? spent : std::vector<double>();
+}
+
+bool measureStages(const bench::Options& options, const std::string& clip, const fs::path& folder) {
+    const video::VideoInfo info = describe(clip);
+    addRegion(info.frameCount);
+    std::vector<bench::Figure> figures;
+    for (const char* name : kStageNames)
+        figures.push_back({name, "ms", {}, {}, "", {}, {}, ""});
+    for (int repeat = 0; repeat < options.repeat; ++repeat) {
+        const std::vector<double> spent = timeStages(info, folder / "stages.mp4");
+        if (spent.empty())
+            return false;
+        for (std::size_t stage = 0; stage < spent.size(); ++stage)
+            figures[stage].ours.push_back(1e3 * spent[stage] / kFramesPerStage);
+    }
+    for (const bench::Figure& figure : figures)
+        bench::print(figure);
+    return true;
 }
 
 bool measure(const bench::Options& options, const char* self) {
@@ -206,8 +246,9 @@ bool measure(const bench::Options& options, const char* self) {
     if (!mkdtemp(folderName.data()))
         return false;
     const fs::path folder = folderName;
-    const bool complete = measureExport(options, self, clip, folder) && measureStages(options, clip) &&
-                          measureMemoryOfALongerClip(self, clip, longer, folder);
+    const bool complete = measureExport(options, self, clip, folder) &&
+                          measureStages(options, clip, folder) &&
+                          measureMemoryOfALongerClip(options, self, clip, longer, folder);
     fs::remove_all(folder);
     return complete;
 }

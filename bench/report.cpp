@@ -40,6 +40,17 @@ double inSeconds(const timeval& time) {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
 }
 
+double secondsOf(clockid_t clock, const std::function<void()>& work) {
+    const auto now = [clock] {
+        timespec time{};
+        clock_gettime(clock, &time);
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+    };
+    const double start = now();
+    work();
+    return now() - start;
+}
+
 } // namespace
 
 Options parseOptions(int argc, char** argv) {
@@ -82,14 +93,11 @@ double seconds(const std::function<void()>& work) {
 }
 
 double threadSeconds(const std::function<void()>& work) {
-    const auto now = [] {
-        timespec time{};
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
-    };
-    const double start = now();
-    work();
-    return now() - start;
+    return secondsOf(CLOCK_THREAD_CPUTIME_ID, work);
+}
+
+double processSeconds(const std::function<void()>& work) {
+    return secondsOf(CLOCK_PROCESS_CPUTIME_ID, work);
 }
 
 Cost run(const std::vector<std::string>& arguments) {

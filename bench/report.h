@@ -39,6 +39,9 @@ double seconds(const std::function<void()>& work);
 /// Processor time that the calling thread spends in `work`: of use where other programs disturb the clock.
 double threadSeconds(const std::function<void()>& work);
 
+/// The same of all threads of this process.
+double processSeconds(const std::function<void()>& work);
+
 /// What running a program cost.
 struct Cost {
     double wallSeconds = 0;
