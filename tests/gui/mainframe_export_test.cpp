@@ -263,14 +263,17 @@ TEST_F(MainFrameExport, AStoppedExportIsClosedBeforeThatIsTold) {
     addBlur(2);
     const std::string output = folder_.file("out.mp4");
     frame_->exportTo(wxString::FromUTF8(output));
-    bool stopped = false;
-    frame_->stopExport([&] {
+    int calls = 0;
+    const auto stopped = [&] {
         EXPECT_FALSE(frame_->refusesVideos());
-        stopped = true;
-    });
-    EXPECT_FALSE(stopped) << "the worker is not waited for";
-    ASSERT_TRUE(test::runUntil([&] { return stopped; }));
+        ++calls;
+    };
+    frame_->stopExport(stopped);
+    frame_->stopExport(stopped);
+    EXPECT_EQ(calls, 0) << "the worker is not waited for";
+    ASSERT_TRUE(test::runUntil([&] { return calls > 0; }));
     test::runPending();
+    EXPECT_EQ(calls, 1) << "asked for twice";
     EXPECT_TRUE(dialogs_.boxes.empty());
     EXPECT_GT(fs::file_size(fs::u8path(output)), 0u);
     expectVideoAndBlursKept();
