@@ -111,6 +111,9 @@ ExportWorker::Outcome ExportWorker::exportVideo() {
     encoder->finish();
     outputFailed_ = encoder->fileFailed();
     progress_->finish();
+    if (skippedFrames_ > 0)
+        wxLogError("[VideoExportThread] %s frames could not be converted and are missing",
+                   wxString() << skippedFrames_);
     if (error)
         std::rethrow_exception(error);
     return judge(*encoder, cancelled, openError);
@@ -179,6 +182,8 @@ bool ExportWorker::exportFrames(DecodeAhead& source, Encoder_ffmpeg& encoder) {
             encoder.encode(std::make_shared<Frame_ffmpeg>(result->clone(), index));
             if (counter % kFramesPerUpdate == 0)
                 progress_->update(static_cast<int32_t>(counter), wxString());
+        } else {
+            ++skippedFrames_;
         }
         ++counter;
     }

@@ -85,6 +85,7 @@ private:
     /// An encoder has opened the output file, which emptied it.
     bool touchedOutput_ = false;
     bool outputFailed_ = false;
+    int64_t skippedFrames_ = 0;
     /// Asks the decoder why it could not read on; only while the export runs.
     std::function<wxString()> readError_;
     /// Number of the frame decoded last.

@@ -222,6 +222,7 @@ TEST_F(ExportWorkerTest, TwoExportsAndAnEditingUserGetAlong) {
 // --- Frames that can't be converted
 
 TEST_F(ExportWorkerTest, FailedConversionsCountForTheProgressAndAreSkipped) {
+    LogCapture log;
     auto* worker = makeWorker(prepare("plain.mp4"));
     worker->wrapDecoder = [](std::shared_ptr<video::Decoder> decoder) {
         return std::make_shared<FlawedDecoder>(std::move(decoder),
@@ -232,6 +233,7 @@ TEST_F(ExportWorkerTest, FailedConversionsCountForTheProgressAndAreSkipped) {
     EXPECT_EQ(progress.calls(), (Lines{"start Export|Exporting video " + output.utf8_string() + "|250",
                                        "update 100|", "update 200|", "finish"}));
     EXPECT_EQ(test::probe(output).packets.size(), 248u);
+    EXPECT_TRUE(log.contains("[VideoExportThread] 2 frames could not be converted and are missing"));
 }
 
 TEST_F(ExportWorkerTest, NoConvertibleFrameAtAllIsAFailure) {

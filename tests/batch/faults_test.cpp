@@ -174,6 +174,33 @@ TEST_F(BatchFaults, MissingMemoryIsToldAndLeavesTheOldTarget) {
     }
 }
 
+TEST_F(BatchFaults, EachLargeAllocationMayFail) {
+    // A frame whose scaler finds no memory is left out, and one that the codec can't decode, too.
+    const Environment faults = {{"SHROUD_FAULT_MEMORY", "30000"},
+                                {"SHROUD_FAULT_CONTROL", report_.file("control")}};
+    std::size_t failures = 0;
+    for (int call = 1, failing = 1; failing; ++call) {
+        SCOPED_TRACE(call);
+        ASSERT_LT(call, 500);
+        folder_.write("out.mp4", "old");
+        report_.write("control", "1 " + std::to_string(call));
+        const Run run = runWith(faults, {"--mode", "unblur", media("two_frames.mp4"), "out.mp4"});
+        failing = std::any_of(run.calls.begin(), run.calls.end(),
+                              [](const std::string& seen) { return seen[0] == '!'; });
+        failures += failing;
+        ASSERT_TRUE(run.result.exitCode) << "crashed";
+        EXPECT_EQ(folder_.listing(), "out.mp4");
+        if (run.result.exitCode == 0) {
+            EXPECT_THAT(frames(), testing::AnyOf(1u, 2u));
+            continue;
+        }
+        EXPECT_EQ(run.result.exitCode, 1);
+        EXPECT_THAT(run.result.error, testing::HasSubstr("tarvex_shroud_batch: "));
+        EXPECT_EQ(test::readFile(folder_.file("out.mp4")), "old");
+    }
+    EXPECT_GT(failures, 20u);
+}
+
 TEST_F(BatchFaults, AClockThatJumpsChangesNothing) {
     for (const char* seconds : {"3600", "315360000"}) {
         const Run run = runWith({{"SHROUD_FAULT_CLOCK", seconds}},

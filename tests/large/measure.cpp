@@ -56,6 +56,26 @@ void measureSeeks(Decoder_ffmpeg& decoder, const char* where, int64_t first, int
                 times[times.size() / 2], times.back(), wrong, count);
 }
 
+/// What the playback thread does for each of up to `count` frames but waiting and handing it on.
+void measurePlayback(Decoder_ffmpeg& decoder, int count) {
+    video::VideoInfo info;
+    decoder.info(info);
+    std::vector<double> times;
+    bool playing = decoder.seek(1);
+    while (playing && static_cast<int>(times.size()) < count) {
+        const auto start = Clock::now();
+        pxl::Image image(info.width, info.height);
+        playing = decoder.next() && decoder.convert(image);
+        if (playing)
+            times.push_back(secondsSince(start) * 1000);
+    }
+    if (times.empty())
+        return;
+    std::sort(times.begin(), times.end());
+    std::printf("play %8zu frames    %8.1f ms median, %8.1f ms worst, a frame lasts %.1f ms\n", times.size(),
+                times[times.size() / 2], times.back(), 1000 / info.fps);
+}
+
 void measureStore(const video::VideoInfo& info, int rectangles, int64_t frames) {
     const std::unique_lock<std::mutex> lock(blurtrack::store().mutex);
     const double before = memory();
@@ -108,6 +128,7 @@ int main(int argc, char** argv) {
     measureSeeks(decoder, "start", 1, 7, 20);
     measureSeeks(decoder, "middle", info.frameCount / 2, 7, 20);
     measureSeeks(decoder, "end", info.frameCount - 140, 7, 20);
+    measurePlayback(decoder, 300);
 
     const double before = memory();
     start = Clock::now();
