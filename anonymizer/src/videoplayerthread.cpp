@@ -180,18 +180,16 @@ void VideoPlayerThread::seek(int frame) {
     setSeeking(true);
     const bool decoded = decoder_->seek(frame) && decoder_->next();
     setSeeking(false);
+    if (!decoded)
+        return;
     {
         const std::lock_guard<std::mutex> lock(queueMutex_);
         if (seekIsNext()) {
-            if (decoded)
-                queueSignal_.Post();
+            queueSignal_.Post();
             return;
         }
     }
-    if (decoded)
-        deliver();
-    else if (!exitRequested)
-        wxLogError("[VideoPlayerThread] There is no picture of frame %d", frame);
+    deliver();
 }
 
 void VideoPlayerThread::endOfSeek() {

@@ -139,10 +139,7 @@ TEST_F(VideoPlayerSeek, FailuresDeliverNothingAndReturnToIdle) {
     player->seek(10);
     EXPECT_TRUE(events.waitFor("frame 10"));
     player.reset();
-    std::vector<std::string> told;
-    for (const int frame : {2, 3, 0, 11, -3})
-        told.push_back("[VideoPlayerThread] There is no picture of frame " + std::to_string(frame));
-    EXPECT_EQ(log.lines(wxLOG_Error), told) << "a failed conversion is silent";
+    EXPECT_TRUE(log.lines(wxLOG_Error).empty());
 }
 
 TEST_F(VideoPlayerSeek, PictureHasTheVideosSizeAndIsZeroBeforeTheConversion) {
