@@ -71,6 +71,8 @@ class FaultsTest(menus.MenuTest):
 
     def play(self, app, beyond):
         app.click(*app.play_button())
+        # No tool tip over the button.
+        self.screen.xdotool("mousemove", 1, 1)
         app.wait_shot(lambda shot: (app.number(shot) or 0) > beyond, "playing beyond frame %d" % beyond)
 
     def go_to(self, app, fraction):
