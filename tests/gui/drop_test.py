@@ -90,7 +90,7 @@ class Drop(menus.MenuTest):
             return False
 
     def wait_bar(self, app, height):
-        """Waits until one more bar has taken from the picture's height; the bar as it looks."""
+        """Waits until one more bar has taken from the picture's height; the bar's place."""
         def find():
             x, y, width, now = app.canvas()
             return (x, y, width, now) if now < height else None
@@ -98,11 +98,11 @@ class Drop(menus.MenuTest):
         app.still_shot()
         # It came under those before and under the hint line.
         bottom = self.place(app.main_window())
-        return self.screen.shot().crop(x, bottom[1] + bottom[3] - (height - now), width, height - now)
+        return x, bottom[1] + bottom[3] - (height - now), width, height - now
 
     def assert_says(self, bar, text):
         program = os.path.join(driver.options.tools, "info_bar")
-        process = subprocess.Popen([program, str(bar.width), text], env=self.screen.env, stderr=subprocess.DEVNULL)
+        process = subprocess.Popen([program, str(bar[2]), text], env=self.screen.env, stderr=subprocess.DEVNULL)
         try:
             def find():
                 self.assertIsNone(process.poll(), "the other window ended")
@@ -115,7 +115,8 @@ class Drop(menus.MenuTest):
 
             def looks_the_same():
                 x, y, _, _ = self.place(window)
-                return self.screen.shot().crop(x, y, bar.width, bar.height).same_as(bar)
+                shot = self.screen.shot()
+                return shot.crop(x, y, bar[2], bar[3]).same_as(shot.crop(*bar))
             driver.wait_until(looks_the_same, "the bar to look like one that says %r" % text)
         finally:
             process.kill()
@@ -146,14 +147,13 @@ class Drop(menus.MenuTest):
     def test_refused_drops_stack_their_bars(self):
         video = self.copy("plain.mp4", "one.mp4")
         app = self.program()
-        bars = []
-        for files in ((video, self.copy("plain.mp4", "two.mp4")), (self.folder,), (self.write("notes.txt", "x"),)):
+        one, others = "Only one file at a time can be opened.", "Only *.mp4 and *.mov files are supported."
+        refused = ((one, (video, self.copy("plain.mp4", "two.mp4"))), (others, (self.folder,)),
+                   (others, (self.write("notes.txt", "x"),)))
+        for text, files in refused:
             height = app.canvas()[3]
             self.drag(app, *files)
-            bars.append(self.wait_bar(app, height))
-        one, others = "Only one file at a time can be opened.", "Only *.mp4 and *.mov files are supported."
-        for bar, text in zip(bars, (one, others, others)):
-            self.assert_says(bar, text)
+            self.assert_says(self.wait_bar(app, height), text)
         self.assertEqual(app.titles(), ["Tarvex Shroud"])
         self.drag(app, video)
         app.wait_number(1)
