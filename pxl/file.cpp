@@ -18,6 +18,7 @@ STDIOFile::STDIOFile(std::FILE* handle) : handle_(handle) {}
 
 uint64_t STDIOFile::size() {
     const int64_t position = tell();
+    // A pipe, which only a name that the user made leads to.
     if (!stdio64::seek(handle_.get(), 0, SEEK_END))
         return 0;
     const int64_t end = tell();

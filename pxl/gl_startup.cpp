@@ -26,6 +26,7 @@ void GLAPIENTRY onDebugMessage(GLenum, GLenum type, GLuint, GLenum severity, GLs
 }
 
 void installDebugCallback() {
+    // An old driver, which the tests' one is not.
     if (epoxy_gl_version() < 43 && !epoxy_has_gl_extension("GL_KHR_debug"))
         return;
     glEnable(GL_DEBUG_OUTPUT);

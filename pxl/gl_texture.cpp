@@ -87,6 +87,7 @@ std::shared_ptr<Texture> createGLTexture(uint32_t width, uint32_t height, uint8_
 
     forgetErrors();
     gl::TextureName texture = gl::makeTexture();
+    // A context that is lost.
     if (!texture)
         return refuse(width, height, "no name");
     glActiveTexture(GL_TEXTURE0);

@@ -33,6 +33,7 @@ Image Image::allocated(int32_t imageWidth, int32_t imageHeight, Content content)
         return image;
     const auto columns = static_cast<std::size_t>(imageWidth);
     const auto rows = static_cast<std::size_t>(imageHeight);
+    // Never with sizes of 64 bits.
     if (columns > std::numeric_limits<std::size_t>::max() / sizeof(uint32_t) / rows)
         throw std::bad_alloc();
     const std::size_t count = columns * rows;

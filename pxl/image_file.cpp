@@ -43,6 +43,7 @@ std::optional<Bytes> readRest(Stream& stream) {
     if (size < position || size - position > maxFileSize)
         return std::nullopt;
     Bytes bytes(static_cast<std::size_t>(size - position));
+    // The file has become shorter since, or its disk fails.
     if (stream.read(bytes.data(), bytes.size()) != bytes.size())
         return std::nullopt;
     return bytes;

@@ -114,6 +114,7 @@ wxString firstFile(const wxDir& folder, const wxString& suffix) {
 void readClassNames(const wxString& path) {
     classNames.clear();
     wxTextFile file(path);
+    // Gone or locked since it was found; told as a model that names nobody.
     if (!file.Open())
         return;
     for (size_t line = 0; line < file.GetLineCount(); ++line)

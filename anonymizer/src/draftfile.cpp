@@ -39,6 +39,7 @@ wxString placeOf(const wxString& path) {
     fs::path place = pathFrom(path);
     for (int i = 0; i < kLongestChain && fs::is_symlink(place, failed); ++i) {
         const fs::path next = fs::read_symlink(place, failed);
+        // Replaced since it was looked at.
         if (failed)
             break;
         place = place.parent_path() / next;

@@ -73,6 +73,7 @@ bool copyPermissions(const wxString& from, const wxString& to) {
     constexpr mode_t permissions = S_IRWXU | S_IRWXG | S_IRWXO;
     struct stat a = {};
     struct stat b = {};
+    // One of them is gone since its permissions were read.
     if (stat(bytes(from).c_str(), &a) != 0 || stat(bytes(to).c_str(), &b) != 0)
         return false;
     // Some file systems have the same for all files and let nobody change them.

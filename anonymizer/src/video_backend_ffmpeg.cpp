@@ -91,6 +91,7 @@ bool Decoder_ffmpeg::open(const wxString& path) {
 
 bool Decoder_ffmpeg::openFile(const wxString& path) {
     AVFormatContext* format = avformat_alloc_context();
+    // Only without memory.
     if (!format)
         return false;
     format->interrupt_callback = {&Decoder_ffmpeg::interrupted, this};
@@ -100,6 +101,7 @@ bool Decoder_ffmpeg::openFile(const wxString& path) {
         return fail(result);
     format_.reset(format);
     result = avformat_find_stream_info(format, nullptr);
+    // Only without memory: of damaged streams it says what it can.
     if (result < 0)
         return fail(result);
     for (unsigned i = 0; i < format->nb_streams; ++i) {
@@ -126,6 +128,7 @@ bool Decoder_ffmpeg::openCodec() {
         if (!context || avcodec_parameters_to_context(context, parameters) != 0)
             return false;
     const int result = avcodec_open2(codecContext_.get(), codec, nullptr);
+    // Without memory, or parameters that this codec rejects; damage mostly shows in the first picture.
     if (result < 0)
         return fail(result);
     width_ = codecContext_->width;

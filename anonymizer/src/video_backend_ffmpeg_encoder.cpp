@@ -48,6 +48,7 @@ TimeBase timeBaseFor(double fps) {
         if (av_q2d(rate) >= fps)
             return {rate.den, rate.num};
     }
+    // Rates beyond the largest term, which no video has.
     return {1, kLargestTerm};
 }
 
@@ -126,6 +127,7 @@ bool Encoder_ffmpeg::construct() {
     format_.reset(format);
 
     const AVCodec* codec = findEncoder(settings_.codec);
+    // The export worker asks before; others may not.
     if (!codec)
         return stop("[video encoder] Could not find encoder", AVERROR_ENCODER_NOT_FOUND);
 
@@ -146,6 +148,7 @@ bool Encoder_ffmpeg::construct() {
     const int size = av_image_get_buffer_size(codecContext_->pix_fmt, codecContext_->width,
                                               codecContext_->height, kPlaneAlignment);
     yuvBuffers_.reset(av_buffer_pool_init(static_cast<std::size_t>(size) + kPlanePadding, nullptr));
+    // Like the context and the stream above, some hundred bytes.
     if (!yuvBuffers_)
         return stop("[video encoder] Could not allocate context", AVERROR(ENOMEM));
 
@@ -331,6 +334,7 @@ void Encoder_ffmpeg::finish() {
     }
     finished_ = true;
     const int sent = avcodec_send_frame(codecContext_.get(), nullptr);
+    // An encoder that fails says so when its last packets are fetched; this is for one that says it at once.
     if (sent < 0)
         note(sent);
     drain();
