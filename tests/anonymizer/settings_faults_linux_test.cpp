@@ -10,6 +10,7 @@
 
 #include "settings.h"
 #include "support/ai_folder.h"
+#include "support/media_probe.h"
 #include "support/paths.h"
 #include "support/temp_folder.h"
 
@@ -22,14 +23,16 @@ protected:
     void SetUp() override {
         if (!fs::exists(fs::u8path(shim_)))
             GTEST_SKIP() << "the sanitizers take the place of the failing functions";
+        fs::create_symlink(fs::u8path(shim_), links_.path() / "shim.so");
     }
 
     /// Has another process write its keys under the faults given. False when it crashed.
     bool writeKeys(const std::string& faults) const {
         const std::string command =
-            "exec env SHROUD_TEST_WRITER=1 LD_PRELOAD='" + shim_ + "' SHROUD_FAULT_FILES=.config.ini. " +
-            faults + " '" + test::binDir() +
-            "/core_tests' --gtest_filter=SettingsWriter.* --gtest_also_run_disabled_tests >/dev/null 2>&1";
+            "exec env SHROUD_TEST_WRITER=1 LD_PRELOAD=" + links_.file("shim.so") +
+            " SHROUD_FAULT_FILES=.config.ini. " + faults + " " +
+            test::quoted(wxString::FromUTF8(test::binDir() + "/core_tests")) +
+            " --gtest_filter=SettingsWriter.* --gtest_also_run_disabled_tests >/dev/null 2>&1";
         return WIFEXITED(std::system(command.c_str()));
     }
     std::string listing() const {
@@ -41,6 +44,8 @@ protected:
 
     const std::string shim_ = test::testLibrary("fault_shim");
     test::TempFolder root_;
+    /// The library under a name without blanks, which would be two.
+    test::TempFolder links_;
     test::Environment config_{"XDG_CONFIG_HOME", root_.path().u8string()};
 };
 

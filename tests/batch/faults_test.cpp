@@ -20,6 +20,7 @@ protected:
     void SetUp() override {
         if (!fs::exists(fs::u8path(shim_)))
             GTEST_SKIP() << "the sanitizers take the place of the failing functions";
+        fs::create_symlink(fs::u8path(shim_), report_.path() / "shim.so");
         folder_.write("out.mp4", "old");
     }
 
@@ -31,7 +32,8 @@ protected:
     Run runWith(const Environment& faults, std::vector<std::string> arguments) const {
         test::ProcessStart how = start(std::move(arguments));
         how.environment = faults;
-        how.environment["LD_PRELOAD"] = shim_;
+        // By a name without blanks, which would be two.
+        how.environment["LD_PRELOAD"] = report_.file("shim.so");
         how.environment["SHROUD_FAULT_REPORT"] = report_.file("report");
         report_.write("report", "");
         Run run{test::run(how), {}};

@@ -24,8 +24,12 @@ class FaultsTest(menus.MenuTest):
         shim = os.path.abspath(os.path.join(driver.options.tools, "..", "lib", "tests", "fault_shim.so"))
         if not os.path.exists(shim):
             self.skipTest("the sanitizers take the place of the failing functions")
+        # By a name without blanks, which would be two.
+        link = os.path.join(self.folder, "shim.so")
+        if not os.path.exists(link):
+            os.symlink(shim, link)
         env = {"SHROUD_FAULT_" + name.upper(): str(value) for name, value in faults.items()}
-        return dict(env, LD_PRELOAD=shim, SHROUD_FAULT_CONTROL=self.control, SHROUD_FAULT_REPORT=self.report)
+        return dict(env, LD_PRELOAD=link, SHROUD_FAULT_CONTROL=self.control, SHROUD_FAULT_REPORT=self.report)
 
     def fail_at(self, call):
         """The next call of that number fails, counted from now."""
