@@ -36,6 +36,7 @@ CanvasEffects CanvasInteraction::reset() {
     newBlurRect_ = {};
     pressFrame_ = 0;
     recordedFrame_ = 0;
+    unstored_.clear();
     recording_ = false;
     effects.stopTimer = true;
     effects.clearLayoutHover = true;

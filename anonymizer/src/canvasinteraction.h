@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 #include "blurtrack.h"
 #include "canvaseffects.h"
@@ -50,7 +51,8 @@ struct CanvasPicture {
 /// Detection holds the blur store for its whole pass. No operation waits for that: after two milliseconds it
 /// goes on without the store. Then the hover stays as it was, no new brush begins, a pressed blur is left to
 /// the hold or to the next recorded frame (and logged where neither comes), a hold begins anew, "Delete blur"
-/// deletes nothing, and recorded frames are left to the next one.
+/// deletes nothing, and the squares of recorded frames are kept until the next one or the end of the
+/// recording.
 class CanvasInteraction {
 public:
     /// Size of the canvas with its control bar, window pixels.
@@ -76,8 +78,9 @@ public:
     /// The "Delete blur" button: deletes the hovered blur over its whole span.
     CanvasEffects deleteHovered();
 
-    /// A decoded frame. While recording, it and every frame missed since the last one get the brush square;
-    /// while the blur store is held they are left to the next frame or to the end of the recording.
+    /// A decoded frame. While recording, it and every frame missed since the last one get the brush square of
+    /// this moment; while the blur store is held they are stored with the next frame or at the end of the
+    /// recording.
     void deliver(std::shared_ptr<VideoPlayer::Frame> frame);
 
     /// Ends recording when the player has stopped.
@@ -109,13 +112,21 @@ private:
         view::Point position;
         bool shown = false;
     };
+    struct RecordedSquare {
+        int64_t frame = 0;
+        /// Video pixels.
+        view::Rect square;
+    };
 
     // All of these expect the canvas-state mutex to be held.
     view::Mapping mappingNow() const;
     view::Rect brushSquare() const;
     Hit hitTest(view::Point position);
-    void recordUpToPicture(const std::unique_lock<std::mutex>& storeLock);
-    /// False when nothing was being recorded.
+    /// Gives the brush square to the picture and to every frame missed since the last recorded one.
+    void recordPicture();
+    /// Adds what has been recorded to the store, if its mutex is held.
+    void storeRecorded(const std::unique_lock<std::mutex>& storeLock);
+    /// Stores what can be stored and logs the rest. False when nothing was being recorded.
     bool endRecording();
     void newBrush(view::Point position);
     void takeNextBrushId();
@@ -143,8 +154,11 @@ private:
     view::Rect newBlurRect_;
     /// Frame of the last press on the picture, 0 for none.
     int64_t pressFrame_ = 0;
-    /// Last frame that has the recorded blur.
+    /// Last frame that has a square of the recorded blur, stored or not.
     int64_t recordedFrame_ = 0;
+    /// Squares of the recorded blur that a held store refused, in order of recording. Empty while nothing is
+    /// being recorded.
+    std::vector<RecordedSquare> unstored_;
     CanvasEffects::Hint hintShown_;
 
     std::atomic<bool> recording_{false};

@@ -165,14 +165,18 @@ void CanvasInteraction::pressInside(view::Point position, bool playing, CanvasEf
     if (playing) {
         if (!brush_.shown)
             return;
+        // A press without the release of the one before.
+        endRecording();
         newBrush(position);
-        recordedFrame_ = newBlur() ? frame_->index : frame_->index - 1;
+        recordedFrame_ = frame_->index;
+        if (!newBlur() && currentBlurId_ != blurtrack::kNoBlurId)
+            unstored_.push_back({frame_->index, newBlurRect_});
         recording_ = true;
     } else if (brush_.shown) {
         brush_.position = position;
         if (!newBlur() && currentBlurId_ != blurtrack::kNoBlurId)
-            wxLogMessage("[VideoCanvas] Blur not painted, the blurs are in use id:%lld frame: %lld",
-                         number(currentBlurId_), number(frame_->index));
+            wxLogError("[VideoCanvas] Blur not painted, the blurs are in use id:%lld frame: %lld",
+                       number(currentBlurId_), number(frame_->index));
         effects.startTimer = true;
     } else {
         const Hit hit = hitTest(position);

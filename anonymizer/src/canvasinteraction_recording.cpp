@@ -86,13 +86,15 @@ CanvasEffects CanvasInteraction::pause(bool playerPlays) {
 void CanvasInteraction::deliver(std::shared_ptr<VideoPlayer::Frame> frame) {
     const std::lock_guard<std::mutex> lock(mutex_);
     frame_ = std::move(frame);
+    if (!recording_)
+        return;
+    recordPicture();
     // Paint, mouse and the end of the canvas wait for the canvas-state mutex: no waiting here.
-    if (recording_)
-        recordUpToPicture(std::unique_lock<std::mutex>(blurtrack::store().mutex, std::try_to_lock));
+    storeRecorded(std::unique_lock<std::mutex>(blurtrack::store().mutex, std::try_to_lock));
 }
 
-void CanvasInteraction::recordUpToPicture(const std::unique_lock<std::mutex>& storeLock) {
-    if (!storeLock.owns_lock() || !frame_ || !brush_.shown)
+void CanvasInteraction::recordPicture() {
+    if (!frame_ || !brush_.shown || currentBlurId_ == blurtrack::kNoBlurId)
         return;
     const view::Rect square = brushSquare();
     if (square.empty())
@@ -101,18 +103,32 @@ void CanvasInteraction::recordUpToPicture(const std::unique_lock<std::mutex>& st
     // in it would put the last frames out of reach of a deletion.
     const bool follows = playState_ != Seeking && frame_->index > recordedFrame_;
     for (int64_t f = follows ? recordedFrame_ + 1 : frame_->index; f <= frame_->index; ++f)
-        blurtrack::addBlur(f, toFloats(square), blurtrack::kBrushScore, currentBlurId_);
+        unstored_.push_back({f, square});
     recordedFrame_ = frame_->index;
+}
+
+void CanvasInteraction::storeRecorded(const std::unique_lock<std::mutex>& storeLock) {
+    if (!storeLock.owns_lock())
+        return;
+    for (const RecordedSquare& recorded : unstored_)
+        blurtrack::addBlur(recorded.frame, toFloats(recorded.square), blurtrack::kBrushScore, currentBlurId_);
+    unstored_.clear();
 }
 
 bool CanvasInteraction::endRecording() {
     if (!recording_.exchange(false))
         return false;
-    if (frame_ && frame_->index != recordedFrame_ && currentBlurId_ != blurtrack::kNoBlurId) {
-        recordUpToPicture(lockStoreSoon());
-        if (frame_->index != recordedFrame_)
-            wxLogMessage("[VideoCanvas] Blur while playing not recorded id:%lld frames: %lld to %lld",
-                         number(currentBlurId_), number(recordedFrame_ + 1), number(frame_->index));
+    if (!frame_ || currentBlurId_ == blurtrack::kNoBlurId)
+        return true;
+    if (frame_->index != recordedFrame_)
+        recordPicture();
+    if (!unstored_.empty())
+        storeRecorded(lockStoreSoon());
+    if (!unstored_.empty() || frame_->index != recordedFrame_) {
+        const int64_t first = unstored_.empty() ? recordedFrame_ + 1 : unstored_.front().frame;
+        wxLogError("[VideoCanvas] Blur while playing not recorded id:%lld frames: %lld to %lld",
+                   number(currentBlurId_), number(first), number(frame_->index));
+        unstored_.clear();
     }
     return true;
 }

@@ -9,8 +9,23 @@
 
 namespace {
 
-using testing::Contains;
-using testing::HasSubstr;
+using testing::ElementsAre;
+
+/// As while detection runs.
+void withStoreHeld(const std::function<void()>& action) {
+    const std::lock_guard<std::mutex> held(blurtrack::store().mutex);
+    std::thread(action).join();
+}
+
+/// Left edges of a blur's rectangles, in the order of their frames.
+std::vector<int32_t> leftEdges(int64_t id) {
+    std::vector<int32_t> edges;
+    for (const auto& [frame, entries] : blurtrack::store().frames)
+        for (const auto& entry : entries)
+            if (entry.id == id)
+                edges.push_back(entry.x);
+    return edges;
+}
 
 TEST_F(Canvas, AHeldStoreNeverBlocksTheMouse) {
     put(10, 700, 200, 100);
@@ -36,16 +51,13 @@ TEST_F(Canvas, AHeldStoreLeavesBrushAndSelectionAsTheyAre) {
     put(10, 700, 200, 100);
     move(100, 100);
     const int64_t next = upcomingBrushId();
-    const auto withStoreHeld = [](const std::function<void()>& action) {
-        const std::lock_guard<std::mutex> held(blurtrack::store().mutex);
-        std::thread(action).join();
-    };
     withStoreHeld([&] {
         press(100, 100);
         release(100, 100);
     });
-    EXPECT_TRUE(log.contains(
-        format("[VideoCanvas] Blur not painted, the blurs are in use id:%lld frame: %lld", next - 1, 10)));
+    EXPECT_THAT(log.lines(wxLOG_Error),
+                ElementsAre(format("[VideoCanvas] Blur not painted, the blurs are in use id:%lld frame: %lld",
+                                   next - 1, 10)));
     EXPECT_TRUE(brushShown());
     EXPECT_EQ(upcomingBrushId(), next);
 
@@ -122,6 +134,52 @@ TEST_F(Canvas, FramesRecordedWhileTheStoreIsHeldAreMadeUpForWithoutWaiting) {
     EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10, 11, 12, 13}));
 }
 
+TEST_F(Canvas, AFrameRecordedWhileTheStoreIsHeldKeepsItsOwnSquare) {
+    playing = true;
+    move(100, 100);
+    const int64_t id = upcomingBrushId();
+    press(100, 100);
+    withStoreHeld([this] { show(11); });
+    move(150, 100);
+    show(12);
+    move(170, 100);
+    show(13);
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10, 11, 12, 13}));
+    EXPECT_THAT(leftEdges(id), ElementsAre(84, 84, 134, 154));
+}
+
+TEST_F(Canvas, SquaresOfFramesAroundAGapAreKeptUntilTheEndOfTheRecording) {
+    playing = true;
+    move(100, 100);
+    const int64_t id = upcomingBrushId();
+    withStoreHeld([&] {
+        press(100, 100);
+        move(110, 100);
+        show(11);
+        move(120, 100);
+        show(14);
+        move(200, 100);
+    });
+    EXPECT_THAT(framesOf(id), testing::IsEmpty());
+    release(200, 100);
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10, 11, 12, 13, 14}));
+    EXPECT_THAT(leftEdges(id), ElementsAre(84, 94, 104, 104, 104));
+    EXPECT_EQ(blurtrack::spanOf(id)->frameCount, 5);
+    EXPECT_THAT(log.lines(wxLOG_Error), testing::IsEmpty());
+}
+
+TEST_F(Canvas, APressWithoutTheReleaseOfTheOneBeforeStoresWhatThatRecorded) {
+    playing = true;
+    move(100, 100);
+    const int64_t first = upcomingBrushId();
+    press(100, 100);
+    withStoreHeld([this] { show(11); });
+    press(200, 100);
+    show(12);
+    EXPECT_EQ(framesOf(first), (std::vector<int64_t>{10, 11}));
+    EXPECT_EQ(framesOf(first + 1), (std::vector<int64_t>{11, 12}));
+}
+
 /// Whatever ends a recording, nothing of it is missing.
 class RecordingEnd : public Canvas, public testing::WithParamInterface<int> {};
 
@@ -168,8 +226,15 @@ TEST_F(Canvas, RecordingThatEndsWhileTheStoreIsHeldSaysWhatIsMissing) {
     }
     EXPECT_FALSE(canvas.recording());
     EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10}));
-    EXPECT_THAT(log.lines(),
-                Contains(HasSubstr("not recorded id:" + std::to_string(id) + " frames: 11 to 12")));
+    EXPECT_THAT(log.lines(wxLOG_Error), ElementsAre("[VideoCanvas] Blur while playing not recorded id:" +
+                                                    std::to_string(id) + " frames: 11 to 12"));
+    // Nor does any of it turn up in the next one.
+    playing = true;
+    move(200, 100);
+    press(200, 100);
+    show(13);
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10}));
+    EXPECT_EQ(framesOf(upcomingBrushId() - 1), (std::vector<int64_t>{12, 13}));
 }
 
 TEST_F(Canvas, FramesMayArriveWhileTheMouseWorks) {
