@@ -9,8 +9,8 @@ import driver
 KNOB = (86, 86, 86)
 WHITE = (255, 255, 255)
 LARGE = (1920, 1080)
-# Seconds that the long drag lasts, and how many short ones there are; a measurement takes 10 and 60.
-DRAG_SECONDS = float(os.environ.get("SHROUD_DRAG_SECONDS", "3"))
+# Seconds that the long drag lasts, and how many short ones there are; a measurement takes 60 of those.
+DRAG_SECONDS = float(os.environ.get("SHROUD_DRAG_SECONDS", "10"))
 BURSTS = int(os.environ.get("SHROUD_BURSTS", "4"))
 
 
