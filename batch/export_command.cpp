@@ -81,6 +81,7 @@ struct Outcome {
     wxString text;
     /// It failed because of the output file.
     bool outputFailed = false;
+    int64_t skippedFrames = 0;
 };
 
 /// Runs the worker to its end. Waits for it after a stop request too.
@@ -90,12 +91,13 @@ Outcome exportTo(const wxString& path, const Options& options, const video::Vide
     Outcome outcome;
     ExportWorker* worker = createExportWorker(options.mode, path, info, &progress);
     worker->setDone([&, worker](ExportResult result, const wxString& text) {
-        outcome = {result, text, worker->outputFailed()};
+        outcome = {result, text, worker->outputFailed(), worker->skippedFrames()};
         completion.signal();
     });
     if (worker->Run() != wxTHREAD_NO_ERROR) {
         delete worker;
-        return {ExportResult::Failed, "can't start a thread"};
+        outcome.text = "can't start a thread";
+        return outcome;
     }
     completion.wait([&] { worker->Delete(); });
     return outcome;
@@ -152,6 +154,9 @@ int runExport(const Options& options) {
         return fail(outcome.outputFailed ? options.outputPath : options.inputPath, outcome.text);
     if (!output.commit(error))
         return fail(options.outputPath, error);
+    if (outcome.skippedFrames > 0)
+        console::warning(wxString(options.inputPath + ": frames that could not be converted are missing: ")
+                         << outcome.skippedFrames);
     if (keepsDetections && !detections.commit(error))
         return fail(options.detectionsPath, error);
     return 0;

@@ -86,26 +86,30 @@ CanvasPainter::Outcome CanvasPainter::paint(const CanvasPicture& picture, view::
 void CanvasPainter::forgetPicture() {
     lastDrawn_.reset();
     refused_ = {};
+    memoryShort_ = false;
     entries_.clear();
     entriesFrame_ = 0;
 }
 
 bool CanvasPainter::tryToLoad(const CanvasPicture& picture) {
     const pxl::Image& image = picture.frame->image;
-    if (image.empty() || (image.width == refused_.width && image.height == refused_.height)) {
+    const bool sizeRefused = image.width == refused_.width && image.height == refused_.height;
+    if (image.empty() || sizeRefused || (memoryShort_ && picture.frame == lastDrawn_)) {
         lastDrawn_ = picture.frame;
         return lastShown_ = false;
     }
     try {
         lastShown_ = loadPicture(picture);
+        refused_ = lastShown_ ? view::Size{} : view::Size{image.width, image.height};
+        memoryShort_ = false;
     } catch (const std::bad_alloc&) {
-        wxLogError("[VideoCanvas] No memory to show a frame of %d x %d", image.width, image.height);
+        if (!std::exchange(memoryShort_, true))
+            wxLogError("[VideoCanvas] No memory to show a frame of %d x %d", image.width, image.height);
         // One of them may still be mapped.
         slots_ = {};
         scratch_ = {};
         lastShown_ = false;
     }
-    refused_ = lastShown_ ? view::Size{} : view::Size{image.width, image.height};
     return lastShown_;
 }
 

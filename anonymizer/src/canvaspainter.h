@@ -24,8 +24,9 @@ public:
         /// False: the blur store was held, and what was known of the frame's blurs has been drawn instead.
         /// Paint again a little later.
         bool blursCurrent = true;
-        /// False: there is a picture and the driver refused a texture for it, or there is no memory (logged
-        /// once; not tried again before a picture of another size comes or `forgetPicture`).
+        /// False: there is a picture and the driver refused a texture for it (not tried again before a picture
+        /// of another size comes or `forgetPicture`), or there is no memory (tried again with the next
+        /// picture). Logged once.
         bool pictureShown = true;
     };
 
@@ -79,6 +80,8 @@ private:
     bool lastShown_ = true;
     /// Size of the pictures that can't be shown.
     view::Size refused_;
+    /// There was no memory for the picture drawn last.
+    bool memoryShort_ = false;
     pxl::Image scratch_;
     /// The blurs of frame `entriesFrame_` as they were copied last.
     std::vector<blurtrack::BlurEntry> entries_;

@@ -15,6 +15,7 @@
 #include <wx/log.h>
 
 #include "decodeahead.h"
+#include "draftfile.h"
 #include "platform.h"
 #include "switches.h"
 #include "video_backend_ffmpeg.h"
@@ -228,8 +229,10 @@ ExportWorker::Outcome ExportWorker::judge(const Encoder_ffmpeg& encoder, bool ca
 }
 
 void ExportWorker::removeOutput() const {
-    if (touchedOutput_ && wxFileName::FileExists(outputPath_))
-        platform::removeFile(outputPath_);
+    // What was written lies at the end of a chain of links.
+    const wxString place = draftfile::placeOf(outputPath_);
+    if (touchedOutput_ && wxFileName::FileExists(place))
+        platform::removeFile(place);
 }
 
 ExportWorker* createExportWorker(int32_t mode, const wxString& outputPath, const video::VideoInfo& info,

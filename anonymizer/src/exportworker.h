@@ -47,6 +47,8 @@ public:
     void setDone(ExportDone done);
     /// After a failure, until the completion callback returns: it was the output file's, not the video's.
     bool outputFailed() const { return outputFailed_; }
+    /// Until the completion callback returns: frames that could not be converted and are missing in the file.
+    int64_t skippedFrames() const { return skippedFrames_; }
 
 protected:
     ExitCode Entry() override;

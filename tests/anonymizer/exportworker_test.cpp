@@ -632,6 +632,17 @@ TEST_F(ExportWorkerTest, WriteFailureOnTheWayFailsAndRemovesTheRest) {
     EXPECT_FALSE(exists(output));
 }
 
+TEST_F(ExportWorkerTest, AFailureThroughALinkRemovesTheRestNotTheLink) {
+    const auto info = prepare("plain.mp4");
+    std::filesystem::create_symlink("real.mp4", output.utf8_string());
+    {
+        const test::FileSizeLimit limit(30000);
+        EXPECT_EQ(run(makeWorker(info)).result, ExportResult::Failed);
+    }
+    EXPECT_FALSE(exists(dir.file("real.mp4")));
+    EXPECT_TRUE(std::filesystem::is_symlink(output.utf8_string()));
+}
+
 TEST_F(ExportWorkerTest, FolderRemovedMeanwhileIsAFailure) {
     const auto info = prepare("plain.mp4");
     const wxString folder = dir.file("folder");
