@@ -1,5 +1,6 @@
 /// Installs the open detection library and a model that the user supplies into the user's AI folder.
 #include <cstdio>
+#include <string>
 #include <vector>
 
 #include <wx/cmdline.h>
@@ -66,7 +67,14 @@ wxString trial(const wxString& libraryPath, const modelfiles::ModelFiles& files)
 }
 
 int run(int argc, char** argv) {
-    wxCmdLineParser parser(kOptions, argc, argv);
+    // As the parser would do it itself, but not by the user's locale, which may know no such letters.
+    std::vector<std::wstring> arguments = {L"tarvex_shroud_install_model"};
+    for (const wxString& argument : platform::commandLineArguments(argc, argv))
+        arguments.push_back(argument.ToStdWstring());
+    std::vector<wchar_t*> pointers;
+    for (std::wstring& argument : arguments)
+        pointers.push_back(argument.data());
+    wxCmdLineParser parser(kOptions, static_cast<int>(pointers.size()), pointers.data());
     parser.SetLogo(
         "Installs the detection library and a model for Tarvex Shroud.\n"
         "MODEL is a folder that holds one .names, one .cfg and one .weights file, or these three files:\n"
@@ -117,6 +125,8 @@ int main(int argc, char** argv) {
         std::fputs("wxWidgets could not be initialised\n", stderr);
         return kFailed;
     }
+    // The library's start has set the user's locale.
+    platform::setTextEncoding();
     // What fails is said once, in the words of this program; the parser's usage text comes another way.
     wxLog::EnableLogging(false);
     return run(argc, argv);
