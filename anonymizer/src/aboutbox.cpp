@@ -12,7 +12,7 @@ constexpr const char* kWebSite = "https://www.example.com/tarvex-shroud";
 
 wxString rightsNotice(const std::string& buildDate) {
     const std::string year = buildDate.substr(buildDate.size() - 4);
-    return wxString::FromUTF8("\u00a9 ") + wxString::Format("%d-%s Harmo Labs. ", kFirstYear, year) +
+    return wxString::FromUTF8("\u00a9 ") + wxString::Format("%d-%s Harmo Labs ", kFirstYear, year) +
            _("All rights reserved.");
 }
 

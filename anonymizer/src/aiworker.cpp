@@ -1,10 +1,8 @@
 #include "aiworker.h"
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <exception>
-#include <limits>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -23,10 +21,6 @@
 namespace {
 
 constexpr int64_t kFramesPerReport = 100;
-
-int32_t progressValue(int64_t frames) {
-    return static_cast<int32_t>(std::clamp<int64_t>(frames, 0, std::numeric_limits<int32_t>::max()));
-}
 
 /// A tall box is a standing person: its upper half holds what is recognisable.
 ai::Detection upperHalfIfTall(ai::Detection detection) {

@@ -1,11 +1,9 @@
 #include "exportworker.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <limits>
 #include <new>
 #include <utility>
 
@@ -97,7 +95,8 @@ ExportWorker::Outcome ExportWorker::exportVideo() {
     if (!encoder->isOpen())
         return refuse(encoder->failureText());
 
-    progress_->start(_("Export"), wxString::Format(_("Exporting video %s"), outputPath_), progressTotal());
+    progress_->start(_("Export"), wxString::Format(_("Exporting video %s"), outputPath_),
+                     progressValue(source_.frameCount));
     if (mosaicBlockSize(source_.width, source_.height, kExportBlurDivisor) == 1)
         wxLogMessage("[VideoExportThread] The picture is too small: mosaic cells of one pixel hide nothing");
 
@@ -191,18 +190,14 @@ bool ExportWorker::exportFrames(DecodeAhead& source, Encoder_ffmpeg& encoder) {
     return interrupt_;
 }
 
-int32_t ExportWorker::progressTotal() const {
-    constexpr int64_t kLargest = std::numeric_limits<int32_t>::max();
-    return static_cast<int32_t>(std::clamp<int64_t>(source_.frameCount, 0, kLargest));
-}
-
 bool ExportWorker::sourceHasChanged() const {
     return source_.frameCount > 0 && lastFrame_ != source_.frameCount;
 }
 
 /// Nothing can be written: says so where the progress would have been.
 ExportWorker::Outcome ExportWorker::refuse(const wxString& text) {
-    progress_->start(_("Export"), wxString::Format(_("Exporting video %s"), outputPath_), progressTotal());
+    progress_->start(_("Export"), wxString::Format(_("Exporting video %s"), outputPath_),
+                     progressValue(source_.frameCount));
     progress_->update(0, text);
     progress_->finish();
     return {ExportResult::Failed, text};

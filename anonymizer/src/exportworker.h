@@ -72,7 +72,6 @@ private:
     std::shared_ptr<Encoder_ffmpeg> chooseEncoder();
     bool exportFrames(DecodeAhead& source, Encoder_ffmpeg& encoder);
     Outcome refuse(const wxString& text);
-    int32_t progressTotal() const;
     bool sourceHasChanged() const;
     Outcome judge(const Encoder_ffmpeg& encoder, bool cancelled, const wxString& openError) const;
     void removeOutput() const;

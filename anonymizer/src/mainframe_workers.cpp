@@ -11,6 +11,7 @@
 #include "mainframe.h"
 #include "platform.h"
 #include "runningthread.h"
+#include "safeprogress.h"
 #include "scopedflag.h"
 #include "switches.h"
 #include "videocanvas.h"
@@ -19,7 +20,7 @@
 void MainFrame::startWorker(Worker worker, const wxString& title, const wxString& message) {
     worker_ = worker;
     // The worker's own report comes later: the window has to be out of reach from the first moment.
-    const auto total = static_cast<int32_t>(videoInfo().frameCount);
+    const int32_t total = progressValue(videoInfo().frameCount);
     calls_.run([this, title, message, total] { progress_.start(title, message, total); });
 }
 
@@ -104,6 +105,7 @@ void MainFrame::exportTo(const wxString& outputPath) {
             });
         });
     });
+    exportStopped_ = nullptr;
     startWorker(Worker::Export, _("Export"), wxString::Format(_("Exporting video %s"), outputPath));
     if (worker->Run() == wxTHREAD_NO_ERROR) {
         worker.release();

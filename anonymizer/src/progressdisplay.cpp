@@ -1,6 +1,7 @@
 #include "progressdisplay.h"
 
 #include <algorithm>
+#include <limits>
 
 #include <wx/progdlg.h>
 
@@ -10,10 +11,10 @@ ProgressDisplay::~ProgressDisplay() = default;
 
 void ProgressDisplay::start(const wxString& title, const wxString& message, int32_t maximum) {
     dialog_.reset();
-    maximum_ = maximum;
     // A dialog whose value reaches its maximum hides itself and gives the window back, so the range is one
     // more than any value.
-    dialog_ = std::make_unique<wxProgressDialog>(title, message, std::max(maximum, 1) + 1, parent_,
+    maximum_ = std::min(maximum, std::numeric_limits<int32_t>::max() - 1);
+    dialog_ = std::make_unique<wxProgressDialog>(title, message, std::max(maximum_, 1) + 1, parent_,
                                                  wxPD_APP_MODAL | wxPD_AUTO_HIDE);
     dialog_->Show();
     if (maximum_ <= 0)

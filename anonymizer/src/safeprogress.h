@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <limits>
 
 #include <wx/string.h>
 
@@ -16,3 +18,8 @@ public:
     virtual void update(int32_t value, const wxString& message) = 0;
     virtual void finish() = 0;
 };
+
+/// So many frames as a total or value of progress; 0 for less than none, and at most the largest number.
+inline int32_t progressValue(int64_t frames) {
+    return static_cast<int32_t>(std::clamp<int64_t>(frames, 0, std::numeric_limits<int32_t>::max()));
+}

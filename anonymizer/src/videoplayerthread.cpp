@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
-#include <limits>
 #include <new>
 #include <utility>
 
@@ -14,10 +13,6 @@ namespace {
 
 constexpr unsigned long kWaitMilliseconds = 200;
 constexpr int64_t kFramesPerReport = 100;
-
-int32_t toInt32(int64_t count) {
-    return static_cast<int32_t>(std::clamp<int64_t>(count, 0, std::numeric_limits<int32_t>::max()));
-}
 
 int64_t elapsedMilliseconds(std::chrono::steady_clock::duration elapsed) {
     using namespace std::chrono;
@@ -103,12 +98,12 @@ void VideoPlayerThread::preProcess() {
     video::VideoInfo info;
     decoder_->info(info);
     progress_->start(_("Please wait"), wxString::Format(_("Pre-processing %s"), info.path),
-                     toInt32(info.frameCount));
+                     progressValue(info.frameCount));
     video::Progress scan;
     int64_t calls = 0;
     scan.onProgress = [&] {
         if (calls % kFramesPerReport == 0)
-            progress_->update(toInt32(scan.done), wxString());
+            progress_->update(progressValue(scan.done), wxString());
         ++calls;
         scan.stop = exitRequested;
     };

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 TEST(AboutBox, TheRightsNoticeEndsWithTheYearOfTheBuild) {
-    EXPECT_EQ(rightsNotice("Jun 25 2026").utf8_string(), "\u00a9 2024-2026 Harmo Labs. All rights reserved.");
-    EXPECT_EQ(rightsNotice("Jan  1 2031").utf8_string(), "\u00a9 2024-2031 Harmo Labs. All rights reserved.");
+    EXPECT_EQ(rightsNotice("Jun 25 2026").utf8_string(), "\u00a9 2024-2026 Harmo Labs All rights reserved.");
+    EXPECT_EQ(rightsNotice("Jan  1 2031").utf8_string(), "\u00a9 2024-2031 Harmo Labs All rights reserved.");
 }
 
 TEST(AboutBox, NamesProgramVersionRightsAndWebSite) {

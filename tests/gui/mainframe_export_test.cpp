@@ -279,6 +279,20 @@ TEST_F(MainFrameExport, AStoppedExportIsClosedBeforeThatIsTold) {
     expectVideoAndBlursKept();
 }
 
+TEST_F(MainFrameExport, AnExportAfterAStoppedOneRunsToItsEnd) {
+    openReady("gop_250.mp4");
+    const size_t frames = storedFrames();
+    frame_->exportTo(wxString::FromUTF8(folder_.file("stopped.mp4")));
+    int calls = 0;
+    frame_->stopExport([&] { ++calls; });
+    waitForTheWorker();
+    exportTo(folder_.file("again.mp4"));
+    EXPECT_EQ(calls, 1) << "nobody waits for the second one";
+    frame_->openVideo(wxString::FromUTF8(folder_.file("again.mp4")));
+    ASSERT_TRUE(test::runUntil([this] { return isReady(); }));
+    EXPECT_EQ(storedFrames(), frames);
+}
+
 TEST_F(MainFrameExport, WithoutAnExportThereIsNothingToStop) {
     int calls = 0;
     frame_->stopExport([&] { ++calls; });

@@ -1,5 +1,8 @@
 #include "progressdisplay.h"
 
+#include <algorithm>
+#include <limits>
+
 #include <gtest/gtest.h>
 #include <wx/frame.h>
 #include <wx/progdlg.h>
@@ -60,6 +63,19 @@ TEST_F(Progress, AnUnknownMaximumDoesNotEndItEither) {
         EXPECT_TRUE(isVisible());
         EXPECT_FALSE(frame_->IsEnabled());
         EXPECT_EQ(dialog()->GetMessage(), "Still going");
+    }
+}
+
+TEST_F(Progress, TheLargestMaximumIsNoUnknownOne) {
+    constexpr int32_t kLargest = std::numeric_limits<int32_t>::max();
+    display_.start("Title", "Message", kLargest);
+    ASSERT_TRUE(dialog());
+    EXPECT_EQ(dialog()->GetRange(), kLargest);
+    for (const int32_t value : {kLargest, 1}) {
+        display_.update(value, {});
+        EXPECT_TRUE(isVisible()) << value;
+        EXPECT_FALSE(frame_->IsEnabled()) << value;
+        EXPECT_EQ(dialog()->GetValue(), std::min(value, kLargest - 1));
     }
 }
 
