@@ -142,6 +142,16 @@ TEST(Encoder, OddSizeCannotBeOpenedAsH264ButAsMpeg4) {
     EXPECT_EQ(report.packets.size(), 5u);
 }
 
+TEST(Encoder, EveryOtherCodecValueIsMpeg4) {
+    const TempDir dir;
+    for (const int32_t codec : {-1, 2, 1000}) {
+        auto settings = settingsFor(dir.file("clip.mp4"));
+        settings.codec = codec;
+        encodeClip(settings, 2);
+        EXPECT_EQ(test::probe(settings.path).stream["codec_name"], "mpeg4") << codec;
+    }
+}
+
 TEST(Encoder, UnusableFrameRatesAndSizesFailAtTheCodec) {
     const TempDir dir;
     constexpr double kInfinity = std::numeric_limits<double>::infinity();

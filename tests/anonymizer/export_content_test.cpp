@@ -140,6 +140,46 @@ protected:
             }
         }
     }
+
+    /// Compares every pixel that the encoder is given.
+    void expectCells(const std::string& clip, int64_t hiddenFrame) {
+        const auto info = prepare(clip);
+        // Across the left and top edge, across the right and bottom edge with its partial cells, and inside.
+        const std::vector<blurtrack::RectF> rects{{-7, -5, 31, 40}, {290, 150, 100, 100}, {101, 61, 50, 47}};
+        for (std::size_t at = 0; at < rects.size(); ++at)
+            addBlur(hiddenFrame, rects[at], static_cast<int64_t>(at));
+
+        const auto processor = std::make_shared<RememberingProcessor>();
+        int64_t frames = 0;
+        auto* worker = makeWorker(info, processor);
+        worker->encoderFor = [&](const video::EncoderSettings& settings) {
+            auto encoder = std::make_shared<InspectingEncoder>(settings);
+            encoder->inspect = [&](const video::Frame& frame) {
+                ++frames;
+                const pxl::Image& result = *frame.image();
+                const pxl::Image& clear = processor->clear;
+                const pxl::Image mosaic = mosaicOf(clear);
+                ASSERT_NE(result.pixels, clear.pixels);
+                for (int y = 0; y < result.height; ++y)
+                    for (int x = 0; x < result.width; ++x) {
+                        const bool hidden = frame.frameIndex() == hiddenFrame &&
+                                            std::any_of(rects.begin(), rects.end(), [&](const auto& rect) {
+                                                return covers(areaOf(rect), x, y);
+                                            });
+                        const int at = y * result.width + x;
+                        ASSERT_EQ(result.pixels[at], hidden ? mosaic.pixels[at] : clear.pixels[at])
+                            << x << ',' << y;
+                        hiddenPixels += hidden;
+                    }
+            };
+            return encoder;
+        };
+        EXPECT_EQ(run(worker).result, ExportResult::Success);
+        EXPECT_EQ(frames, info.frameCount);
+    }
+
+    /// Counted by `expectCells`.
+    int64_t hiddenPixels = 0;
 };
 
 } // namespace
@@ -176,42 +216,26 @@ TEST_F(ExportContent, WithHevcToo) {
     expectExactlyOneFrameIsHidden("hevc.mp4", 73);
 }
 
-TEST_F(ExportContent, EveryCellInsideARectangleHasOneColourAndTheRestIsUntouched) {
-    const auto info = prepare("two_frames.mp4");
-    // Across the left and top edge, across the right and bottom edge with its partial cells, and inside.
-    const std::vector<blurtrack::RectF> rects{{-7, -5, 31, 40}, {290, 150, 100, 100}, {101, 61, 50, 47}};
-    for (std::size_t at = 0; at < rects.size(); ++at)
-        addBlur(1, rects[at], static_cast<int64_t>(at));
+TEST_F(ExportContent, WithProResToo) {
+    expectExactlyOneFrameIsHidden("prores.mov", 21);
+}
 
-    const auto processor = std::make_shared<RememberingProcessor>();
-    int64_t frames = 0;
-    int64_t hiddenPixels = 0;
-    auto* worker = makeWorker(info, processor);
-    worker->encoderFor = [&](const video::EncoderSettings& settings) {
-        auto encoder = std::make_shared<InspectingEncoder>(settings);
-        encoder->inspect = [&](const video::Frame& frame) {
-            ++frames;
-            const pxl::Image& result = *frame.image();
-            const pxl::Image& clear = processor->clear;
-            const pxl::Image mosaic = mosaicOf(clear);
-            ASSERT_NE(result.pixels, clear.pixels);
-            for (int y = 0; y < result.height; ++y)
-                for (int x = 0; x < result.width; ++x) {
-                    const bool hidden = frame.frameIndex() == 1 &&
-                                        std::any_of(rects.begin(), rects.end(), [&](const auto& rect) {
-                                            return covers(areaOf(rect), x, y);
-                                        });
-                    const int at = y * result.width + x;
-                    ASSERT_EQ(result.pixels[at], hidden ? mosaic.pixels[at] : clear.pixels[at])
-                        << x << ',' << y;
-                    hiddenPixels += hidden;
-                }
-        };
-        return encoder;
-    };
-    EXPECT_EQ(run(worker).result, ExportResult::Success);
-    EXPECT_EQ(frames, 2);
+TEST_F(ExportContent, WithTenBitsToo) {
+    expectExactlyOneFrameIsHidden("h264_10bit.mp4", 30);
+}
+
+TEST_F(ExportContent, WithAVariableRateToo) {
+    expectExactlyOneFrameIsHidden("variable_rate.mp4", 61);
+}
+
+TEST_F(ExportContent, EveryCellInsideARectangleHasOneColourAndTheRestIsUntouched) {
+    expectCells("two_frames.mp4", 1);
     EXPECT_EQ(hiddenPixels, 24 * 35 + 30 * 30 + 50 * 47);
+}
+
+TEST_F(ExportContent, EveryCellOfAnOddSizeToo) {
+    expectCells("odd_321x181.mp4", 17);
+    EXPECT_EQ(hiddenPixels, 24 * 35 + 31 * 31 + 50 * 47);
 }
 
 TEST_F(ExportContent, UnblurModeHidesAllButTheRectangles) {

@@ -232,7 +232,10 @@ TEST_F(ExportWorkerTest, FailedConversionsCountForTheProgressAndAreSkipped) {
     // Counter 0 was the frame that failed.
     EXPECT_EQ(progress.calls(), (Lines{"start Export|Exporting video " + output.utf8_string() + "|250",
                                        "update 100|", "update 200|", "finish"}));
-    EXPECT_EQ(test::probe(output).packets.size(), 248u);
+    const auto packets = test::probe(output).packets;
+    ASSERT_EQ(packets.size(), 248u);
+    for (std::size_t i = 0; i < packets.size(); ++i)
+        EXPECT_EQ(packets[i].pts, static_cast<int64_t>(i)) << "the encoder counts what it is given";
     EXPECT_TRUE(log.contains("[VideoExportThread] 2 frames could not be converted and are missing"));
 }
 
