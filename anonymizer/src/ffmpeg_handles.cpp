@@ -37,7 +37,9 @@ void CodecContextDeleter::operator()(AVCodecContext* context) const noexcept {
 }
 
 void InputDeleter::operator()(AVFormatContext* context) const noexcept {
+    AVIOContext* ownFile = context->flags & AVFMT_FLAG_CUSTOM_IO ? context->pb : nullptr;
     avformat_close_input(&context);
+    avio_closep(&ownFile);
 }
 
 void OutputDeleter::operator()(AVFormatContext* context) const noexcept {

@@ -24,7 +24,7 @@ struct BufferDeleter {
 struct CodecContextDeleter {
     void operator()(AVCodecContext* context) const noexcept;
 };
-/// Closes the file too.
+/// Closes the file too, also one that was opened before the context.
 struct InputDeleter {
     void operator()(AVFormatContext* context) const noexcept;
 };

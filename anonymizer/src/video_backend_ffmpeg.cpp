@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <string>
 #include <utility>
 
 #include <wx/log.h>
@@ -95,10 +96,23 @@ bool Decoder_ffmpeg::openFile(const wxString& path) {
     if (!format)
         return false;
     format->interrupt_callback = {&Decoder_ffmpeg::interrupted, this};
-    // Frees the context when it fails.
-    int result = avformat_open_input(&format, ffmpeg::filePath(path).c_str(), nullptr, nullptr);
-    if (result < 0)
+    const std::string name = ffmpeg::filePath(path);
+    // Not left to the library: when its parser fails, it closes the file and forgets that the disk was to
+    // blame.
+    AVIOContext* file = nullptr;
+    int result = avio_open2(&file, name.c_str(), AVIO_FLAG_READ, &format->interrupt_callback, nullptr);
+    if (result < 0) {
+        avformat_free_context(format);
         return fail(result);
+    }
+    format->pb = file;
+    // Frees the context when it fails.
+    result = avformat_open_input(&format, name.c_str(), nullptr, nullptr);
+    if (result < 0) {
+        const int readError = file->error;
+        avio_closep(&file);
+        return fail(readError < 0 && readError != AVERROR_EOF ? readError : result);
+    }
     format_.reset(format);
     result = avformat_find_stream_info(format, nullptr);
     // Only without memory: of damaged streams it says what it can.
