@@ -4,6 +4,7 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <wx/app.h>
 #include <wx/event.h>
 
 #include "support/recording_progress.h"
@@ -17,7 +18,7 @@ TEST(WindowLink, HandsOnUntilItIsCut) {
     link.update(1, "one");
     link.finish();
     link.queue([&] { ++queued; });
-    window.ProcessPendingEvents();
+    wxTheApp->ProcessPendingEvents();
     const std::vector<std::string> calls = {"start title|message|3", "update 1|one", "finish"};
     EXPECT_EQ(progress.calls(), calls);
     EXPECT_EQ(queued, 1);
@@ -27,7 +28,7 @@ TEST(WindowLink, HandsOnUntilItIsCut) {
     link.update(2, "two");
     link.finish();
     link.queue([&] { ++queued; });
-    window.ProcessPendingEvents();
+    wxTheApp->ProcessPendingEvents();
     EXPECT_EQ(progress.calls(), calls);
     EXPECT_EQ(queued, 1);
 }
