@@ -169,6 +169,26 @@ TEST_F(AiWorkerPass, ExtendsIntoThePastByTheStoredSeconds) {
     EXPECT_THAT(folder.fakeCalls().front(), testing::EndsWith(" gpu"));
 }
 
+TEST_F(AiWorkerPass, StoredSecondsWithoutAMenuItemAreTakenAsTheyAre) {
+    settings::writeBool(settings::kGpu, true);
+    install("hit 200 10 20 60 60 0.5 0\n");
+    ASSERT_EQ(source.fps, 25.0);
+    const auto firstFrameWith = [&](int32_t seconds) {
+        settings::writeInt(settings::kPreblurSeconds, seconds);
+        test::resetStore(source.frameCount);
+        test::runPass(source, progress);
+        EXPECT_EQ(settings::readInt(settings::kPreblurSeconds), seconds);
+        int64_t frame = 0;
+        while (frame < 200 && at(frame).empty())
+            ++frame;
+        return frame;
+    };
+    for (const int32_t none : {0, -1, std::numeric_limits<int32_t>::min()})
+        EXPECT_EQ(firstFrameWith(none), 200) << none;
+    EXPECT_EQ(firstFrameWith(7), 200 - 7 * 25);
+    EXPECT_EQ(firstFrameWith(std::numeric_limits<int32_t>::max()), 0);
+}
+
 TEST_F(AiWorkerPass, OverridesWinAndLeaveTheSettingsAlone) {
     settings::writeInt(settings::kPreblurSeconds, 2);
     settings::writeBool(settings::kGpu, true);

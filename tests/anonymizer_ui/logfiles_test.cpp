@@ -1,7 +1,9 @@
 #include "logfiles.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -201,4 +203,24 @@ TEST(LogTarget, AnUncaughtExceptionLeavesALineAndEndsTheProcess) {
             []() noexcept { fail(); }();
         },
         "Error: Unhandled exception: out of film");
+}
+
+TEST(LogTarget, ThatLineIsInTheRunsFile) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    // The child process runs this test from its beginning: both need the same file.
+    constexpr const char* kName = "SHROUD_TEST_LOG_FILE";
+    const char* const given = std::getenv(kName);
+    std::optional<test::TempFolder> folder;
+    const std::string path = given ? given : folder.emplace().file("run.log");
+    const test::Environment forTheChild(kName, path);
+    EXPECT_DEATH(
+        {
+            logfiles::logTo(wxString::FromUTF8(path));
+            logfiles::logUnhandledExceptions();
+            []() noexcept { fail(); }();
+        },
+        "");
+    EXPECT_THAT(test::readFile(path),
+                testing::MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}: "
+                                      "Error: Unhandled exception: out of film\n"));
 }

@@ -238,6 +238,31 @@ TEST_F(MainFrameMenu, TheKeypadDoublesAndHalvesTheMosaicWithinItsBounds) {
         EXPECT_EQ(press(other), 25);
 }
 
+TEST_F(MainFrameMenu, KeysOfTheMosaicReachTheirWindowLikeEveryOther) {
+    std::vector<int> reached;
+    frame_->Bind(wxEVT_KEY_DOWN, [&](wxKeyEvent& event) { reached.push_back(event.GetKeyCode()); });
+    const std::vector<int> keys{WXK_NUMPAD_ADD, WXK_NUMPAD_SUBTRACT, WXK_SPACE};
+    for (const int key : keys) {
+        wxKeyEvent event(wxEVT_KEY_DOWN);
+        event.m_keyCode = key;
+        event.SetEventObject(frame_);
+        EXPECT_EQ(wxTheApp->FilterEvent(event), -1) << key;
+        frame_->GetEventHandler()->ProcessEvent(event);
+    }
+    EXPECT_EQ(reached, keys);
+    for (const wxEventType other : {wxEVT_KEY_UP, wxEVT_CHAR, wxEVT_CHAR_HOOK}) {
+        wxKeyEvent event(other);
+        event.m_keyCode = WXK_NUMPAD_ADD;
+        EXPECT_EQ(wxTheApp->FilterEvent(event), -1);
+    }
+    wxCommandEvent command(wxEVT_MENU, commands::kResetAll);
+    EXPECT_EQ(wxTheApp->FilterEvent(command), -1);
+}
+
+TEST_F(MainFrameMenu, TheWindowHasItsSmallestSize) {
+    EXPECT_EQ(frame_->GetMinSize(), wxSize(128, 128));
+}
+
 TEST_F(MainFrameMenu, TheLibraryIsToldToLeaveExceptionsAlone) {
     EXPECT_TRUE(wxSystemOptions::HasOption("catch-unhandled-exceptions"));
     EXPECT_EQ(wxSystemOptions::GetOptionInt("catch-unhandled-exceptions"), 0);

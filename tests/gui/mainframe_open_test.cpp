@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,11 +11,13 @@
 #include <wx/log.h>
 #include <wx/utils.h>
 
+#include "canvas_hand.h"
 #include "commands.h"
 #include "filedroptarget.h"
 #include "hints.h"
 #include "support/no_more_threads.h"
 #include "switches.h"
+#include "videocanvas.h"
 
 namespace fs = std::filesystem;
 
@@ -39,17 +42,35 @@ protected:
     }
 };
 
-/// Notes for every line that the user-interface thread logs whether the cursor was busy.
-class BusyAtLines : public wxLogInterposer {
+/// While it lives, calls a function with every line that the user-interface thread logs.
+class AtLines {
 public:
-    std::vector<std::pair<std::string, bool>> lines;
-
-protected:
-    void DoLogTextAtLevel(wxLogLevel, const wxString&) override {}
-    void DoLogRecord(wxLogLevel level, const wxString& text, const wxLogRecordInfo& info) override {
-        lines.emplace_back(text.utf8_string(), wxIsBusy());
-        wxLogInterposer::DoLogRecord(level, text, info);
+    explicit AtLines(std::function<void(const std::string&)> call) : target_(new Target(std::move(call))) {}
+    ~AtLines() {
+        wxLog* const before = target_->GetOldLog();
+        target_->DetachOldLog();
+        delete wxLog::SetActiveTarget(before);
     }
+    AtLines(const AtLines&) = delete;
+    AtLines& operator=(const AtLines&) = delete;
+
+private:
+    class Target : public wxLogInterposer {
+    public:
+        explicit Target(std::function<void(const std::string&)> call) : call_(std::move(call)) {}
+
+    protected:
+        void DoLogTextAtLevel(wxLogLevel, const wxString&) override {}
+        void DoLogRecord(wxLogLevel level, const wxString& text, const wxLogRecordInfo& info) override {
+            call_(text.utf8_string());
+            wxLogInterposer::DoLogRecord(level, text, info);
+        }
+
+    private:
+        std::function<void(const std::string&)> call_;
+    };
+
+    Target* target_;
 };
 
 } // namespace
@@ -165,12 +186,11 @@ TEST_F(MainFrameOpen, AReadyOfAnEarlierVideoDoesNotActOnALaterOne) {
 
 TEST_F(MainFrameOpen, TheCursorIsBusyFromTheEndOfTheVideoBeforeToTheEndOfTheOpening) {
     openReady("plain.mp4");
-    auto* busyAtLines = new BusyAtLines;
-    frame_->openVideo(clip("text.mp4"));
-    const auto lines = busyAtLines->lines;
-    wxLog* const before = busyAtLines->GetOldLog();
-    busyAtLines->DetachOldLog();
-    delete wxLog::SetActiveTarget(before);
+    std::vector<std::pair<std::string, bool>> lines;
+    {
+        const AtLines busyAtLines([&](const std::string& line) { lines.emplace_back(line, wxIsBusy()); });
+        frame_->openVideo(clip("text.mp4"));
+    }
     using testing::Contains;
     using testing::Pair;
     EXPECT_THAT(lines, Contains(Pair("[VideoPlayerThread] destroyed", true)));
@@ -307,4 +327,57 @@ TEST_F(MainFrameOpen, ThePlaybackThreadEndsBeforeTheNextVideoIsTouched) {
     });
     ASSERT_NE(opened, lines.end());
     EXPECT_LT(ended - lines.begin(), opened - lines.begin());
+}
+
+TEST_F(MainFrameOpen, AVideoThatPlaysEndsBeforeTheBlursAreForgotten) {
+    openReady("plain.mp4");
+    addBlur(2);
+    ASSERT_TRUE(test::startPlaying(canvas(), log_));
+    size_t blursAtTheEnd = 0;
+    {
+        const AtLines atTheEnd([&](const std::string& line) {
+            if (line == "[VideoPlayerThread] destroyed")
+                blursAtTheEnd = blurCount();
+        });
+        frame_->openVideo(clip("odd_321x181.mov"));
+    }
+    EXPECT_EQ(blursAtTheEnd, 1u);
+    EXPECT_EQ(blurCount(), 0u);
+    ASSERT_TRUE(test::runUntil([this] { return isReady(); }));
+}
+
+TEST_F(MainFrameOpen, AVideoTooSmallToHideAnythingIsToldInABar) {
+    openReady("one_pixel.mp4");
+    EXPECT_THAT(bars(),
+                testing::ElementsAre(
+                    "This video is too small to hide anything: a cell of the mosaic is a single pixel."));
+    EXPECT_TRUE(dialogs_.boxes.empty());
+    openReady("plain.mp4");
+    EXPECT_TRUE(bars().empty());
+}
+
+TEST_F(MainFrameOpen, TheDialogsStartWhereTheLastExportWent) {
+    openReady("odd_321x181.mp4");
+    frame_->exportTo(wxString::FromUTF8(folder_.file("out.mp4")));
+    ASSERT_TRUE(test::runUntil([this] { return !frame_->refusesVideos(); }));
+    command(commands::kOpen);
+    command(commands::kExport);
+    const std::string folder = folder_.path().u8string();
+    EXPECT_THAT(dialogs_.fileDialogs,
+                testing::ElementsAre(testing::StartsWith("Open video file; " + folder + "; "),
+                                     testing::StartsWith("Export video file; " + folder + "; ")));
+}
+
+TEST_F(MainFrameOpen, TheDialogsStartInTheWholePathOfAFolderThatWasNamedFromTheWorkingFolder) {
+    const fs::path before = fs::current_path();
+    fs::create_directory(folder_.path() / "clips");
+    folder_.write("clips/clip.mp4", test::readFile(clip("odd_321x181.mp4").utf8_string()));
+    fs::current_path(folder_.path());
+    frame_->openVideo("clips/clip.mp4");
+    const bool ready = test::runUntil([this] { return isReady(); });
+    fs::current_path(before);
+    ASSERT_TRUE(ready);
+    command(commands::kOpen);
+    EXPECT_THAT(dialogs_.fileDialogs, testing::ElementsAre(testing::StartsWith(
+                                          "Open video file; " + folder_.path().u8string() + "/clips; ")));
 }
