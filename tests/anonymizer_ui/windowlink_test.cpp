@@ -18,7 +18,7 @@ TEST(WindowLink, HandsOnUntilItIsCut) {
     link.update(1, "one");
     link.finish();
     link.queue([&] { ++queued; });
-    wxTheApp->ProcessPendingEvents();
+    wxAppConsole::GetInstance()->ProcessPendingEvents();
     const std::vector<std::string> calls = {"start title|message|3", "update 1|one", "finish"};
     EXPECT_EQ(progress.calls(), calls);
     EXPECT_EQ(queued, 1);
@@ -28,7 +28,7 @@ TEST(WindowLink, HandsOnUntilItIsCut) {
     link.update(2, "two");
     link.finish();
     link.queue([&] { ++queued; });
-    wxTheApp->ProcessPendingEvents();
+    wxAppConsole::GetInstance()->ProcessPendingEvents();
     EXPECT_EQ(progress.calls(), calls);
     EXPECT_EQ(queued, 1);
 }
