@@ -90,15 +90,15 @@ class Drop(menus.MenuTest):
             return False
 
     def wait_bar(self, app, height):
-        """Waits until one more bar has taken from the picture's height; the bar's place."""
+        """Waits until one more bar has taken from the picture's height; its left and lower end and its width."""
         def find():
             x, y, width, now = app.canvas()
-            return (x, y, width, now) if now < height else None
-        x, y, width, now = driver.wait_until(find, "a bar")
+            return (x, width) if now < height else None
+        x, width = driver.wait_until(find, "a bar")
         app.still_shot()
         # It came under those before and under the hint line.
-        bottom = self.place(app.main_window())
-        return x, bottom[1] + bottom[3] - (height - now), width, height - now
+        frame = self.place(app.main_window())
+        return x, frame[1] + frame[3], width
 
     def assert_says(self, bar, text):
         program = os.path.join(driver.options.tools, "info_bar")
@@ -114,9 +114,10 @@ class Drop(menus.MenuTest):
             window = driver.wait_until(find, "the other window")
 
             def looks_the_same():
-                x, y, _, _ = self.place(window)
+                x, y, _, height = self.place(window)
+                left, bottom, width = bar
                 shot = self.screen.shot()
-                return shot.crop(x, y, bar[2], bar[3]).same_as(shot.crop(*bar))
+                return shot.crop(x, y, width, height).same_as(shot.crop(left, bottom - height, width, height))
             driver.wait_until(looks_the_same, "the bar to look like one that says %r" % text)
         finally:
             process.kill()

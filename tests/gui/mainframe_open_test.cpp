@@ -45,32 +45,30 @@ protected:
 /// While it lives, calls a function with every line that the user-interface thread logs.
 class AtLines {
 public:
-    explicit AtLines(std::function<void(const std::string&)> call) : target_(new Target(std::move(call))) {}
-    ~AtLines() {
-        wxLog* const before = target_->GetOldLog();
-        target_->DetachOldLog();
-        delete wxLog::SetActiveTarget(before);
+    explicit AtLines(std::function<void(const std::string&)> call) : target_(std::move(call)) {
+        target_.before = wxLog::SetActiveTarget(&target_);
     }
+    ~AtLines() { wxLog::SetActiveTarget(target_.before); }
     AtLines(const AtLines&) = delete;
     AtLines& operator=(const AtLines&) = delete;
 
 private:
-    class Target : public wxLogInterposer {
+    class Target : public wxLog {
     public:
         explicit Target(std::function<void(const std::string&)> call) : call_(std::move(call)) {}
+        wxLog* before = nullptr;
 
     protected:
-        void DoLogTextAtLevel(wxLogLevel, const wxString&) override {}
         void DoLogRecord(wxLogLevel level, const wxString& text, const wxLogRecordInfo& info) override {
             call_(text.utf8_string());
-            wxLogInterposer::DoLogRecord(level, text, info);
+            before->LogRecord(level, text, info);
         }
 
     private:
         std::function<void(const std::string&)> call_;
     };
 
-    Target* target_;
+    Target target_;
 };
 
 } // namespace
