@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -46,6 +47,9 @@ bool isSafeName(const wxString& name) {
 /// The library raises assertions on some malformed lines, and loses keys after others: it never sees them.
 bool isSafeLine(wxString line) {
     line.Trim(true).Trim(false);
+    // One way or another, the library reads a text up to a zero only.
+    if (line.find(wxUniChar(0)) != wxString::npos)
+        return false;
     if (line.empty() || line[0] == '#' || line[0] == ';')
         return true;
     if (std::any_of(line.begin(), line.end(), [](const wxUniChar& character) { return character < 32; }))
@@ -139,11 +143,25 @@ std::unique_ptr<wxFileConfig> parse(const wxString& text) {
     return std::make_unique<wxFileConfig>(lines, wxConvUTF8);
 }
 
-/// The file as `save` would write it.
-wxString written(wxFileConfig& config) {
-    wxStringOutputStream stream;
-    config.Save(stream);
-    return stream.GetString();
+using Entries = std::map<wxString, wxString>;
+
+/// Adds the keys of the group that the path is set to, and of those in it.
+void addEntries(wxFileConfig& config, Entries& entries) {
+    wxString name;
+    long position = 0;
+    for (bool more = config.GetFirstEntry(name, position); more; more = config.GetNextEntry(name, position))
+        entries[config.GetPath() + "/" + name] = config.Read(name);
+    for (bool more = config.GetFirstGroup(name, position); more; more = config.GetNextGroup(name, position)) {
+        config.SetPath(name);
+        addEntries(config, entries);
+        config.SetPath("..");
+    }
+}
+
+Entries entriesOf(wxFileConfig& config) {
+    Entries entries;
+    addEntries(config, entries);
+    return entries;
 }
 
 /// The file in memory. Changes are not saved on destruction.
@@ -166,7 +184,7 @@ Loaded load(const wxString& path) {
         // would still read a global file of its own choice.
         loaded.config = std::make_unique<wxFileConfig>("Harmo Labs", "Tarvex Shroud", path, wxString(),
                                                        wxCONFIG_USE_LOCAL_FILE);
-        loaded.isWhole = written(*loaded.config) == written(*parse(*text));
+        loaded.isWhole = entriesOf(*loaded.config) == entriesOf(*parse(*text));
     }
     loaded.config->DisableAutoSave();
     return loaded;

@@ -208,6 +208,16 @@ TEST_F(Settings, NeverReadsAnotherFile) {
     EXPECT_EQ(value, 0);
 }
 
+TEST_F(Settings, EmptyLinesAndZerosInCommentsDoNotKeepChangesOut) {
+    for (const std::string& content :
+         {std::string("gpu=1\npreblursec=3\n\n"), std::string("\n[group]\ngpu=06\n"),
+          std::string("\n\n# note\n\n"), std::string("[group]\n;[groupo\0]\ngpu=06\n", 26)}) {
+        writeIni(content);
+        settings::writeInt("preblursec", 5);
+        EXPECT_EQ(settings::readInt("preblursec"), 5) << content;
+    }
+}
+
 TEST_F(Settings, SurviveAFileFullOfGarbage) {
     const test::LogCapture log;
     std::string bytes;
