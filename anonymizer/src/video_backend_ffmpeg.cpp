@@ -201,7 +201,6 @@ void Decoder_ffmpeg::noteError(int code) {
     if (code >= 0 || code == AVERROR_EOF || code == AVERROR_EXIT || !readError_.empty())
         return;
     readError_ = ffmpeg::errorText(code);
-    wxLogError("[DecoderFFMPEG] %s", readError_);
 }
 
 /// True when the packet gave a frame to deliver.

@@ -76,8 +76,8 @@ public:
     StreamTraits traits() const;
 
     /// Why frames are missing, when that has happened since `open`; empty otherwise. Where the file could not
-    /// be read on they end as at the end of the file; one that found no memory is skipped. Logged like a
-    /// failed opening.
+    /// be read on they end as at the end of the file; one that found no memory is skipped. Not logged: to be
+    /// told by whoever needs every frame.
     wxString readError() const { return readError_; }
 
     /// While `*flag` is true a running `open` or `scan` ends at the next read, and `next` returns false. May
@@ -103,7 +103,7 @@ private:
     bool openFile(const wxString& path);
     bool openCodec();
     bool fail(int code);
-    /// Keeps and logs what is no end of the file, the first time.
+    /// Keeps what is no end of the file, the first time.
     void noteError(int code);
     bool decodeNext(FrameDetails* details);
     bool decodePacket(FrameDetails* details);
