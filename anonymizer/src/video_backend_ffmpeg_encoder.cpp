@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <new>
 
 #include <wx/intl.h>
@@ -27,8 +26,6 @@ namespace {
 constexpr std::array<int, 3> kLargestRateTerms{100, 1000, 10000};
 constexpr int kLargestMpeg4Term = 65535;
 constexpr int kLargestTerm = 1000000;
-/// What double arithmetic may leave of a whole number.
-constexpr double kRoundingError = 1e-12;
 
 } // namespace
 
@@ -53,9 +50,8 @@ TimeBase timeBaseFor(double fps) {
 }
 
 int64_t timestampOf(int64_t index, TimeBase base, double fps) {
-    const double exact = static_cast<double>(base.den) * static_cast<double>(index) / (base.num * fps);
-    const double whole = std::round(exact);
-    return static_cast<int64_t>(std::abs(exact - whole) <= kRoundingError * exact ? whole : exact);
+    return static_cast<int64_t>(static_cast<double>(base.den) * static_cast<double>(index) /
+                                (base.num * fps));
 }
 
 } // namespace ffmpeg
@@ -222,7 +218,8 @@ void Encoder_ffmpeg::encode(std::shared_ptr<video::Frame> frame) {
         return;
     }
 
-    // Truncation may put two frames on one unit where a unit is hardly shorter than a frame.
+    // Truncation may put two frames on one unit where a unit is hardly shorter than a frame, and double
+    // arithmetic where it is just as long.
     const int64_t pts = std::max(ffmpeg::timestampOf(index, timeBase_, settings_.fps), lastPts_ + 1);
     const int64_t following = ffmpeg::timestampOf(index + 1, timeBase_, settings_.fps);
     durations_[pts] = std::max<int64_t>(following - pts, 1);

@@ -33,7 +33,8 @@ struct TimeBase {
 /// most a million.
 TimeBase timeBaseFor(double fps);
 
-/// Time stamp of the `index`-th frame, from 0, in units of `base`, truncated to a whole number.
+/// Time stamp of the `index`-th frame, from 0, in units of `base`, truncated to a whole number. In double
+/// arithmetic: one that would be a whole number may come out as the one before.
 int64_t timestampOf(int64_t index, TimeBase base, double fps);
 
 } // namespace ffmpeg
