@@ -1,7 +1,12 @@
 #include "export_command.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <exception>
 #include <mutex>
+#include <new>
+#include <utility>
 #include <vector>
 
 #include "blurprocessors.h"
@@ -103,12 +108,33 @@ Outcome exportTo(const wxString& path, const Options& options, const video::Vide
     return outcome;
 }
 
-} // namespace
+/// Puts both files in their places, or neither: the list, which is small and can be put back, goes first.
+/// True on success; otherwise `subject` is the file at fault and `error` says what was wrong.
+bool commitBoth(OutputFile& video, OutputFile& list, const Options& options, wxString& subject,
+                wxString& error) {
+    subject = options.detectionsPath;
+    if (!list.sync(error) || !list.keepOld(error))
+        return false;
+    subject = options.outputPath;
+    if (!video.sync(error))
+        return false;
+    subject = options.detectionsPath;
+    if (!list.commit(error))
+        return false;
+    subject = options.outputPath;
+    if (video.commit(error))
+        return true;
+    if (!list.revert())
+        error += "; " + options.detectionsPath + " is the new one and could not be put back";
+    return false;
+}
 
-int runExport(const Options& options) {
+/// As `runExport`. What it throws concerns `subject`.
+int exportVideo(const Options& options, wxString& subject) {
     wxString error;
     std::vector<regions_csv::Region> regions;
     if (!options.regionsPath.empty()) {
+        subject = options.regionsPath;
         if (!canBeReadToItsEnd(options.regionsPath, error))
             return fail(options.regionsPath, error);
         auto read = regions_csv::read(options.regionsPath, error);
@@ -116,6 +142,7 @@ int runExport(const Options& options) {
             return fail(options.regionsPath, error);
         regions = std::move(*read);
     }
+    subject = options.outputPath;
     OutputFile output;
     if (!output.aimAt(OutputFile::Kind::Video, options.outputPath, {options.inputPath, options.regionsPath},
                       error))
@@ -129,6 +156,7 @@ int runExport(const Options& options) {
     if (options.detect && !findDetector(error))
         return fail("--detect", error);
 
+    subject = options.inputPath;
     console::ProgressLine progress(options.quiet);
     SourceVideo source;
     if (!readSource(options.inputPath, progress, source, error))
@@ -152,12 +180,25 @@ int runExport(const Options& options) {
         return fail(options.inputPath, "stopped");
     if (outcome.result == ExportResult::Failed)
         return fail(outcome.outputFailed ? options.outputPath : options.inputPath, outcome.text);
-    if (!output.commit(error))
-        return fail(options.outputPath, error);
+    subject = options.outputPath;
+    if (keepsDetections ? !commitBoth(output, detections, options, subject, error)
+                        : !output.sync(error) || !output.commit(error))
+        return fail(subject, error);
     if (outcome.skippedFrames > 0)
         console::warning(wxString(options.inputPath + ": frames that could not be converted are missing: ")
                          << outcome.skippedFrames);
-    if (keepsDetections && !detections.commit(error))
-        return fail(options.detectionsPath, error);
     return 0;
+}
+
+} // namespace
+
+int runExport(const Options& options) {
+    wxString subject = options.inputPath;
+    try {
+        return exportVideo(options, subject);
+    } catch (const std::bad_alloc&) {
+        return fail(subject, wxString::FromUTF8(std::strerror(ENOMEM)));
+    } catch (const std::exception& error) {
+        return fail(subject, wxString::FromUTF8(error.what()));
+    }
 }

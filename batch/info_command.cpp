@@ -1,7 +1,10 @@
 #include "info_command.h"
 
+#include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstring>
+#include <new>
 
 #include "console.h"
 #include "source_video.h"
@@ -40,8 +43,13 @@ int runInfo(const Options& options) {
     console::ProgressLine progress(options.quiet);
     SourceVideo source;
     wxString error;
-    if (!readSource(options.inputPath, progress, source, error)) {
-        console::error(options.inputPath + ": " + error);
+    try {
+        if (!readSource(options.inputPath, progress, source, error)) {
+            console::error(options.inputPath + ": " + error);
+            return 1;
+        }
+    } catch (const std::bad_alloc&) {
+        console::error(options.inputPath + ": " + wxString::FromUTF8(std::strerror(ENOMEM)));
         return 1;
     }
     const video::VideoInfo& info = source.info;

@@ -35,8 +35,9 @@ bool isSameFile(const wxString& first, const wxString& second) {
 } // namespace
 
 OutputFile::~OutputFile() {
-    if (!draft_.empty())
-        platform::removeFile(draft_);
+    for (const wxString& draft : {draft_, old_})
+        if (!draft.empty())
+            platform::removeFile(draft);
 }
 
 bool OutputFile::aimAt(Kind kind, const wxString& target, const std::vector<wxString>& sources,
@@ -68,22 +69,57 @@ bool OutputFile::aimAt(Kind kind, const wxString& target, const std::vector<wxSt
 }
 
 bool OutputFile::create(wxString& error) {
+    return createDraft(draft_, error);
+}
+
+bool OutputFile::createDraft(wxString& draft, wxString& error) {
     const fs::path path = pathFrom(target_);
     const wxString stem = textFrom(path.stem()).Left(kKeptCharacters);
-    draft_ = draftfile::create(target_, "." + stem + ".partial-", ending_);
-    if (!draft_.empty())
+    draft = draftfile::create(target_, "." + stem + ".partial-", ending_);
+    if (!draft.empty())
         return true;
     const int code = errno;
     error = "can't create a file in " + textFrom(path.parent_path()) + ": " + systemText(code);
     return false;
 }
 
+bool OutputFile::sync(wxString& error) {
+    if (platform::syncToDisk(draft_))
+        return true;
+    const int code = errno;
+    error = systemText(code);
+    return false;
+}
+
+bool OutputFile::keepOld(wxString& error) {
+    std::error_code failed;
+    if (!fs::exists(pathFrom(target_), failed))
+        return true;
+    if (!createDraft(old_, error))
+        return false;
+    if (fs::copy_file(pathFrom(target_), pathFrom(old_), fs::copy_options::overwrite_existing, failed) &&
+        platform::syncToDisk(old_))
+        return true;
+    const int code = failed ? failed.value() : errno;
+    error = systemText(code);
+    return false;
+}
+
 bool OutputFile::commit(wxString& error) {
-    if (!platform::syncToDisk(draft_) || !platform::replaceFile(draft_, target_)) {
+    if (!platform::replaceFile(draft_, target_)) {
         const int code = errno;
         error = systemText(code);
         return false;
     }
     draft_.clear();
+    return true;
+}
+
+bool OutputFile::revert() {
+    if (old_.empty())
+        return platform::removeFile(target_);
+    if (!platform::replaceFile(old_, target_))
+        return false;
+    old_.clear();
     return true;
 }

@@ -27,12 +27,28 @@ public:
     /// Absolute path of the file to write. Empty before `create`.
     const wxString& draftPath() const { return draft_; }
 
-    /// Puts the draft on disk and in the target's place.
+    /// Puts the draft on disk. False on failure, with a reason in `error`.
+    bool sync(wxString& error);
+
+    /// Keeps a copy of the file that is to be replaced, for `revert`. False on failure, with a reason in
+    /// `error`.
+    bool keepOld(wxString& error);
+
+    /// Puts the draft in the target's place, after `sync`. False on failure, with a reason in `error`; the
+    /// target is then as before.
     bool commit(wxString& error);
 
+    /// Undoes a `commit` that `keepOld` came before: the target is what it was, or gone if there was none.
+    /// False on failure.
+    bool revert();
+
 private:
+    bool createDraft(wxString& draft, wxString& error);
+
     wxString target_;
     /// The target's as it was given, with its dot.
     wxString ending_;
     wxString draft_;
+    /// Copy of the old target; empty when there was none.
+    wxString old_;
 };

@@ -205,17 +205,27 @@ TEST_F(BatchDetect, TheDetectionsFileNeverReplacesAnotherFileOfTheRun) {
                       name + ": is the same file as out.mp4");
 }
 
-TEST_F(BatchDetect, WithoutTheVideoThereIsNoDetectionsFile) {
-    installFake("hit 0 10 10 60 60 0.9 0\n");
-    // The last step of the video fails: its name has become a folder's.
-    test::Process process(start({"--detect", "--detections", "found.csv", media("gop_250.mp4"), "out.mp4"}));
-    while (aiFolder.fakeCalls().size() < 3 && process.isRunning())
-        std::this_thread::yield();
-    std::filesystem::create_directory(folder_.path() / "out.mp4");
-    const auto result = process.wait();
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.error, "tarvex_shroud_batch: out.mp4: Is a directory\n");
-    EXPECT_EQ(folder_.listing(), "out.mp4");
+TEST_F(BatchDetect, WithoutTheVideoTheDetectionsFileIsWhatItWas) {
+    for (const bool hadList : {false, true}) {
+        installFake("hit 0 10 10 60 60 0.9 0\n");
+        std::filesystem::remove(aiFolder.modelDir() + "/model.weights.calls");
+        if (hadList)
+            test::writeFile(folder_.file("found.csv"), "old list");
+        // The last step of the video fails: its name has become a folder's.
+        test::Process process(
+            start({"--detect", "--detections", "found.csv", media("gop_250.mp4"), "out.mp4"}));
+        while (aiFolder.fakeCalls().size() < 3 && process.isRunning())
+            std::this_thread::yield();
+        std::filesystem::create_directory(folder_.path() / "out.mp4");
+        const auto result = process.wait();
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.error, "tarvex_shroud_batch: out.mp4: Is a directory\n");
+        EXPECT_EQ(folder_.listing(), hadList ? "found.csv out.mp4" : "out.mp4");
+        if (hadList) {
+            EXPECT_EQ(test::readFile(folder_.file("found.csv")), "old list");
+        }
+        std::filesystem::remove(folder_.path() / "out.mp4");
+    }
 }
 
 TEST_F(BatchDetect, ADetectionsFileThatCannotBeMadeStopsAtOnce) {

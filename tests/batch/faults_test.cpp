@@ -91,12 +91,11 @@ protected:
             EXPECT_THAT(run.result.error, testing::AnyOfArray(named));
             EXPECT_EQ(std::count(run.result.error.begin(), run.result.error.end(), '\n'), 1);
         }
-        // The video is put in its place before the list.
-        const bool aboutTheVideo =
-            run.result.error.find("tarvex_shroud_batch: " + targets.front()) != std::string::npos;
+        // The one step that a disk may refuse for good: putting the old list back.
+        const bool listStays = run.result.error.find("list.csv is the new one") != std::string::npos;
         for (const std::string& target : targets) {
             const std::string old = target == "out.mp4" ? "old" : "old list";
-            if (run.result.exitCode == 1 && aboutTheVideo) {
+            if (run.result.exitCode == 1 && !(listStays && target == "list.csv")) {
                 EXPECT_EQ(test::readFile(folder_.file(target)), old);
             }
             folder_.write(target, old);
@@ -170,6 +169,11 @@ TEST_F(BatchFaults, MissingMemoryIsToldAndLeavesTheOldTarget) {
             continue;
         }
         EXPECT_EQ(run.result.exitCode, 1);
+        // The file comes first.
+        EXPECT_THAT(
+            run.result.error,
+            testing::AnyOf(testing::StartsWith("tarvex_shroud_batch: " + media("two_frames.mp4") + ": "),
+                           testing::StartsWith("tarvex_shroud_batch: out.mp4: ")));
         expectOneLine(run.result, "");
         EXPECT_THAT(run.result.error, testing::Not(testing::HasSubstr("std::")));
         EXPECT_EQ(test::readFile(folder_.file("out.mp4")), "old");
@@ -200,7 +204,10 @@ TEST_F(BatchFaults, EachLargeAllocationMayFail) {
             continue;
         }
         EXPECT_EQ(run.result.exitCode, 1);
-        EXPECT_THAT(run.result.error, testing::HasSubstr("tarvex_shroud_batch: "));
+        EXPECT_THAT(
+            run.result.error,
+            testing::AnyOf(testing::HasSubstr("tarvex_shroud_batch: " + media("two_frames.mp4") + ": "),
+                           testing::HasSubstr("tarvex_shroud_batch: out.mp4: ")));
         EXPECT_EQ(test::readFile(folder_.file("out.mp4")), "old");
     }
     EXPECT_GT(failures, 20u);
