@@ -167,20 +167,6 @@ void toYuv(const pxl::Image& image, uint8_t* const planes[], const int strides[]
     sws_freeContext(scaler);
 }
 
-video::EncoderSettings settingsFor(const video::VideoInfo& info, const fs::path& output) {
-    video::EncoderSettings settings;
-    settings.width = info.width;
-    settings.height = info.height;
-    settings.fps = info.fps;
-    settings.bitRate = info.bitRate;
-    settings.gopSize = info.gopSize;
-    settings.passes = 1;
-    settings.path = wxString::FromUTF8(output.string());
-    settings.codec = video::kCodecH264;
-    settings.colorMatrix = info.colorMatrix;
-    return settings;
-}
-
 enum Stage { Decode, ToRgba, Mosaic, Copy, ToYuv, Encode, StageCount };
 constexpr const char* kStageNames[] = {"stage: decode, per frame",   "stage: to RGBA, per frame",
                                        "stage: mosaic, per frame",   "stage: copy, per frame",
@@ -199,7 +185,8 @@ std::vector<double> timeStages(const video::VideoInfo& info, const fs::path& out
     const double whole = bench::processSeconds([&] {
         Decoder_ffmpeg decoder;
         decoder.open(info.path);
-        Encoder_ffmpeg encoder(settingsFor(info, output));
+        Encoder_ffmpeg encoder(
+            encoderSettingsFor(info, wxString::FromUTF8(output.string()), video::kCodecH264));
         Frameblur processor(info.width, info.height);
         pxl::Image image(info.width, info.height);
         for (int frame = 0; frame < kFramesPerStage && complete; ++frame) {

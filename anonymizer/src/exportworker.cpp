@@ -139,17 +139,7 @@ std::shared_ptr<Encoder_ffmpeg> ExportWorker::makeEncoder(const video::EncoderSe
 }
 
 std::shared_ptr<Encoder_ffmpeg> ExportWorker::chooseEncoder() {
-    video::EncoderSettings settings;
-    settings.width = source_.width;
-    settings.height = source_.height;
-    settings.fps = source_.fps;
-    settings.bitRate = source_.bitRate;
-    settings.gopSize = source_.gopSize;
-    settings.passes = 1;
-    settings.path = outputPath_;
-    settings.codec = video::kCodecH264;
-    settings.colorMatrix = source_.colorMatrix;
-
+    video::EncoderSettings settings = encoderSettingsFor(source_, outputPath_, video::kCodecH264);
     wxLogMessage("Trying to select h264 encoder.");
     ffmpeg::initialiseOnce();
     std::shared_ptr<Encoder_ffmpeg> encoder = makeEncoder(settings);
@@ -228,6 +218,21 @@ void ExportWorker::removeOutput() const {
     const wxString place = draftfile::placeOf(outputPath_);
     if (touchedOutput_ && wxFileName::FileExists(place))
         platform::removeFile(place);
+}
+
+video::EncoderSettings encoderSettingsFor(const video::VideoInfo& source, const wxString& outputPath,
+                                          video::Codec codec) {
+    video::EncoderSettings settings;
+    settings.width = source.width;
+    settings.height = source.height;
+    settings.fps = source.fps;
+    settings.bitRate = source.bitRate;
+    settings.gopSize = source.gopSize;
+    settings.passes = 1;
+    settings.path = outputPath;
+    settings.codec = codec;
+    settings.colorMatrix = source.colorMatrix;
+    return settings;
 }
 
 ExportWorker* createExportWorker(int32_t mode, const wxString& outputPath, const video::VideoInfo& info,

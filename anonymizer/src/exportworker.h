@@ -95,6 +95,10 @@ private:
     std::atomic<bool> interrupt_{false};
 };
 
+/// What the copy of a video is encoded with: the source's size, rate, group of pictures and colour matrix.
+video::EncoderSettings encoderSettingsFor(const video::VideoInfo& source, const wxString& outputPath,
+                                          video::Codec codec);
+
 /// Makes a worker for `mode` (a switches::EditingMode) with the confidence threshold in force now. The caller
 /// sets its completion callback and calls `Run`; from then on the worker owns itself.
 ExportWorker* createExportWorker(int32_t mode, const wxString& outputPath, const video::VideoInfo& info,
