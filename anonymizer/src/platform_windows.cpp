@@ -1,5 +1,6 @@
 #include "platform.h"
 
+#include <atomic>
 #include <cerrno>
 #include <clocale>
 #include <csignal>
@@ -54,6 +55,17 @@ bool failure() {
         errno = EACCES;
     }
     return false;
+}
+
+std::atomic<void (*)(int)> stopHandler{nullptr};
+
+/// On a thread of the system's own. Not called for what the program was started to ignore.
+BOOL WINAPI onConsoleEvent(DWORD event) {
+    stopHandler.load()(event == CTRL_C_EVENT ? SIGINT : SIGTERM);
+    // The system ends the process when this returns from a closing console, at the latest after some seconds.
+    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT)
+        Sleep(INFINITE);
+    return TRUE;
 }
 
 } // namespace
@@ -132,6 +144,7 @@ void prepareProcess() {
 void setTextEncoding() {
     std::setlocale(LC_CTYPE, ".UTF-8");
     std::setlocale(LC_NUMERIC, "C");
+    SetConsoleOutputCP(CP_UTF8);
 }
 
 char32_t toUpper(char32_t character) {
@@ -155,14 +168,6 @@ std::vector<wxString> commandLineArguments(int, char**) {
         arguments.push_back(texts[i]);
     LocalFree(texts);
     return arguments;
-}
-
-std::vector<wxString> commandLineFileNames(int argc, char** argv) {
-    return commandLineArguments(argc, argv);
-}
-
-std::string fileName(const wxString& path) {
-    return path.utf8_string();
 }
 
 bool isTerminal(std::FILE* stream) {
@@ -189,10 +194,10 @@ bool setSwapInterval(int interval) {
     return set && set(interval) != FALSE;
 }
 
+// Not by the C library's signals: it forgets a handler that it has called once.
 void catchStopSignals(void (*handler)(int)) {
-    for (int signal : {SIGINT, SIGTERM, SIGBREAK})
-        if (std::signal(signal, handler) == SIG_IGN)
-            std::signal(signal, SIG_IGN);
+    stopHandler = handler;
+    SetConsoleCtrlHandler(onConsoleEvent, TRUE);
 }
 
 void onStopSignals(void (*)(int)) {}
