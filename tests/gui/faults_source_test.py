@@ -8,9 +8,18 @@ import faults
 
 
 class Source(faults.FaultsTest):
+    def expect_told_and_nothing_lost(self, app, painted, reason):
+        """An export fails for that reason; once the source is back, all that was painted can be exported."""
+        output = os.path.join(self.folder, "out.mp4")
+        self.expect_export_fails(app, output, reason)
+        app.wait_shot(lambda shot: shot.same_as(painted), "the blur as it was")
+        self.clip()
+        self.export(app, output)
+        self.assertEqual(self.frames_of(output), faults.FRAMES)
+        self.assertEqual(app.close(), 0)
+
     def test_a_source_that_vanishes_plays_on_and_is_told_when_it_is_exported(self):
         video = self.clip()
-        output = os.path.join(self.folder, "out.mp4")
         app = self.ready(video)
         self.play(app, 10)
         os.remove(video)
@@ -23,17 +32,10 @@ class Source(faults.FaultsTest):
         self.go_to(app, 0)
         self.go_to(app, 0.7)
         app.wait_shot(lambda shot: shot.same_as(painted), "the blur")
-        self.expect_export_fails(app, output, "No such file or directory")
-        app.wait_shot(lambda shot: shot.same_as(painted), "the blur as it was")
-
-        self.clip()
-        self.export(app, output)
-        self.assertEqual(self.frames_of(output), faults.FRAMES)
-        self.assertEqual(app.close(), 0)
+        self.expect_told_and_nothing_lost(app, painted, "No such file or directory")
 
     def test_a_source_that_shrinks_stops_playing_and_is_told_when_it_is_exported(self):
         video = self.clip()
-        output = os.path.join(self.folder, "out.mp4")
         app = self.ready(video)
         self.paint(app, 200, 120)
         painted = app.still_shot()
@@ -49,13 +51,7 @@ class Source(faults.FaultsTest):
         self.screen.xdotool("mousemove", 1, 1)
         self.go_to(app, 0)
         app.wait_shot(lambda shot: shot.same_as(painted), "the blur")
-        self.expect_export_fails(app, output, "")
-        app.wait_shot(lambda shot: shot.same_as(painted), "the blur as it was")
-
-        self.clip()
-        self.export(app, output)
-        self.assertEqual(self.frames_of(output), faults.FRAMES)
-        self.assertEqual(app.close(), 0)
+        self.expect_told_and_nothing_lost(app, painted, "")
 
     def test_a_clock_that_jumps_changes_nothing(self):
         output = os.path.join(self.folder, "out.mp4")

@@ -9,7 +9,6 @@
 #include <wx/log.h>
 
 #include "anonymizer.h"
-#include "gui_support.h"
 #include "platform.h"
 #include "support/temp_folder.h"
 #include "workerend.h"
@@ -23,12 +22,6 @@ public:
         delete wxLog::SetActiveTarget(new wxLogStderr);
         SetExitOnFrameDelete(false);
         return true;
-    }
-    wxWindow* GetTopWindow() const override {
-        wxWindow* const top = Anonymizer::GetTopWindow();
-        if (test::whenTheTopWindowIsAskedFor)
-            test::whenTheTopWindowIsAskedFor(top);
-        return top;
     }
     void OnAssertFailure(const wxChar* file, int line, const wxChar* function, const wxChar* condition,
                          const wxChar* message) override {
