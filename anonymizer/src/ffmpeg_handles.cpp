@@ -5,8 +5,6 @@
 
 #include <wx/filename.h>
 
-#include "platform.h"
-
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
@@ -82,10 +80,10 @@ wxString errorText(int code) {
 std::string filePath(const wxString& path) {
     wxFileName name(path);
     if (path.empty() || name.IsAbsolute())
-        return platform::fileName(path);
+        return path.utf8_string();
     // No other normalisation: ".." behind a link is not the folder before it.
     name.Normalize(wxPATH_NORM_ABSOLUTE);
-    return platform::fileName(name.GetFullPath());
+    return name.GetFullPath().utf8_string();
 }
 
 void setYuvToRgb(SwsContext* scaler, int32_t matrix, bool fullRange) {

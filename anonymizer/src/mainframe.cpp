@@ -55,9 +55,8 @@ MainFrame::MainFrame(const wxString& title, const wxPoint& position, const wxSiz
 
 MainFrame::~MainFrame() {
     link_->cut();
-    player_->end();
-    // The canvas, which goes later than the player, lets go of it.
     canvas_->set(nullptr);
+    player_.reset();
 }
 
 void MainFrame::loadIcon() {
@@ -120,7 +119,7 @@ bool MainFrame::refusesVideos() const {
 }
 
 video::VideoInfo MainFrame::videoInfo() const {
-    return ready_ ? player_->info() : video::VideoInfo();
+    return player_->info();
 }
 
 void MainFrame::refreshPicture() {
@@ -247,9 +246,8 @@ void MainFrame::finish() {
         if (worker_ == Worker::Detection) {
             endWorker();
             refreshPicture();
-            if (report_)
-                for (const wxString& notice : noticesFor(*report_))
-                    addBar(notice, wxICON_WARNING, true);
+            for (const wxString& notice : noticesFor(*report_))
+                addBar(notice, wxICON_WARNING, true);
         }
     });
 }

@@ -30,12 +30,11 @@ void MainFrame::endWorker() {
 }
 
 void MainFrame::OnAI(wxCommandEvent&) {
-    if (isBusy())
+    if (isBusy() || !ready_)
         return;
     // The pass holds the blurs all the time.
     canvas_->pause();
-    // Without a video there is nothing that could go wrong with it.
-    report_ = ready_ ? std::make_shared<AiReport>() : nullptr;
+    report_ = std::make_shared<AiReport>();
     auto worker = std::make_unique<AiWorker>(videoInfo(), link_.get());
     worker->setReport(report_);
     // The pass is followed through its progress alone; the callback only keeps the link alive.

@@ -117,6 +117,61 @@ TEST_F(ExportWorkerTest, CompletionComesAfterTheProgressHasFinished) {
     EXPECT_EQ(callsAtCompletion.back(), "finish");
 }
 
+TEST_F(ExportWorkerTest, EndsInTheStatedOrderAndHoldsNoLock) {
+    struct Watched : Encoder_ffmpeg {
+        Watched(const video::EncoderSettings& settings, std::function<void(const std::string&)> tell)
+            : Encoder_ffmpeg(settings), note(std::move(tell)) {}
+        ~Watched() override { note("encoder released"); }
+        void encode(std::shared_ptr<video::Frame> frame) override {
+            note("encode");
+            Encoder_ffmpeg::encode(std::move(frame));
+        }
+        void finish() override {
+            note("encoder finish");
+            Encoder_ffmpeg::finish();
+        }
+        std::function<void(const std::string&)> note;
+    };
+    struct WatchedDecoder : FlawedDecoder {
+        WatchedDecoder(std::shared_ptr<video::Decoder> inner, std::function<void(const std::string&)> tell)
+            : FlawedDecoder(std::move(inner), [](int64_t) { return true; }), note(std::move(tell)) {}
+        ~WatchedDecoder() override { note("decoder released"); }
+        std::function<void(const std::string&)> note;
+    };
+    Lines order;
+    std::weak_ptr<video::Decoder> decoder;
+    const auto note = [&](const std::string& what) {
+        // Another thread must get the store now.
+        std::async(std::launch::async, [] {
+            const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
+        }).wait();
+        // Whoever decodes ahead holds the decoder as long as the decode target.
+        const bool targetExists = decoder.use_count() > 1;
+        order.push_back(what + (targetExists ? ", target" : ""));
+    };
+    progress.onStart = [&] { note("start"); };
+    progress.onUpdate = [&](int32_t value) { note("update " + std::to_string(value)); };
+    progress.onFinish = [&] { note("progress finish"); };
+    auto* worker = makeWorker(prepare("two_frames.mp4"));
+    worker->wrapDecoder = [&](std::shared_ptr<video::Decoder> inner) {
+        auto watched = std::make_shared<WatchedDecoder>(std::move(inner), note);
+        decoder = watched;
+        return watched;
+    };
+    worker->encoderFor = [&](const video::EncoderSettings& settings) {
+        return std::make_shared<Watched>(settings, note);
+    };
+    const auto completed = std::make_shared<std::promise<void>>();
+    worker->setDone([&note, completed](ExportResult, const wxString&) {
+        note("completion");
+        completed->set_value();
+    });
+    ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
+    completed->get_future().wait();
+    EXPECT_EQ(order, (Lines{"start", "encode, target", "update 0, target", "encode, target", "encoder finish",
+                            "progress finish", "encoder released", "decoder released", "completion"}));
+}
+
 TEST_F(ExportWorkerTest, RunsWithoutACompletionCallback) {
     auto* worker = makeWorker(prepare("two_frames.mp4"));
     std::promise<void> gone;
@@ -176,13 +231,7 @@ TEST_F(ExportWorkerTest, FileIsByteForByteThatOfAPlainLoop) {
     };
     ASSERT_EQ(run(worker).result, ExportResult::Success);
 
-    video::EncoderSettings settings;
-    settings.width = info.width;
-    settings.height = info.height;
-    settings.fps = info.fps;
-    settings.gopSize = info.gopSize;
-    settings.path = dir.file("plain.mp4");
-    settings.codec = video::kCodecMpeg4;
+    const auto settings = encoderSettingsFor(info, dir.file("plain.mp4"), video::kCodecMpeg4);
     Decoder_ffmpeg decoder;
     ASSERT_TRUE(decoder.open(info.path));
     Encoder_ffmpeg encoder(settings);

@@ -16,6 +16,8 @@ public:
     std::function<void(int32_t value)> onUpdate;
     /// Called within `start`.
     std::function<void()> onStart;
+    /// Called within `finish`.
+    std::function<void()> onFinish;
 
     void start(const wxString& title, const wxString& message, int32_t total) override {
         add("start " + title.utf8_string() + "|" + message.utf8_string() + "|" + std::to_string(total));
@@ -27,7 +29,11 @@ public:
         if (onUpdate)
             onUpdate(value);
     }
-    void finish() override { add("finish"); }
+    void finish() override {
+        add("finish");
+        if (onFinish)
+            onFinish();
+    }
 
     std::vector<std::string> calls() const {
         const std::lock_guard<std::mutex> lock(mutex_);

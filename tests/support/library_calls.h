@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/log.h>
+#include <libswscale/swscale.h>
+}
+
+/// Stands between the product and its libraries: a program linked with it sees every such call and may answer
+/// in the library's place. The linker leads the calls here (-Wl,--wrap=NAME, see the list of programs).
+namespace test {
+
+/// Called instead of the library where set; the library's own function has the same name in `real`. Set
+/// before any other thread calls.
+struct LibraryHooks {
+    std::function<decltype(::avcodec_find_decoder)> avcodec_find_decoder;
+    std::function<decltype(::avcodec_find_encoder)> avcodec_find_encoder;
+    std::function<decltype(::avcodec_open2)> avcodec_open2;
+    std::function<decltype(::avcodec_parameters_to_context)> avcodec_parameters_to_context;
+    std::function<decltype(::avcodec_receive_frame)> avcodec_receive_frame;
+    std::function<decltype(::avcodec_send_frame)> avcodec_send_frame;
+    std::function<decltype(::avcodec_send_packet)> avcodec_send_packet;
+    std::function<decltype(::avformat_find_stream_info)> avformat_find_stream_info;
+    std::function<decltype(::avformat_new_stream)> avformat_new_stream;
+    std::function<int(AVFormatContext*, AVDictionary**)> avformat_write_header;
+    std::function<decltype(::av_read_frame)> av_read_frame;
+    std::function<decltype(::av_seek_frame)> av_seek_frame;
+    std::function<decltype(::sws_freeContext)> sws_freeContext;
+    std::function<decltype(::sws_getContext)> sws_getContext;
+};
+LibraryHooks& libraryHooks();
+
+/// Takes the hooks away at the end of a test.
+struct LibraryHooksReset {
+    LibraryHooksReset() = default;
+    ~LibraryHooksReset() { libraryHooks() = {}; }
+    LibraryHooksReset(const LibraryHooksReset&) = delete;
+    LibraryHooksReset& operator=(const LibraryHooksReset&) = delete;
+};
+
+/// From now on counts how often zero-filled memory of that many bytes is asked for.
+void watchZeroedMemory(std::size_t bytes);
+int zeroedMemoryAsked();
+
+namespace real {
+extern decltype(&::avcodec_open2) const avcodec_open2;
+extern decltype(&::avcodec_parameters_to_context) const avcodec_parameters_to_context;
+extern decltype(&::avcodec_receive_frame) const avcodec_receive_frame;
+extern decltype(&::avcodec_send_frame) const avcodec_send_frame;
+extern decltype(&::avcodec_send_packet) const avcodec_send_packet;
+extern decltype(&::avformat_find_stream_info) const avformat_find_stream_info;
+extern decltype(&::avformat_write_header) const avformat_write_header;
+extern decltype(&::av_read_frame) const av_read_frame;
+extern decltype(&::av_seek_frame) const av_seek_frame;
+extern decltype(&::sws_freeContext) const sws_freeContext;
+extern decltype(&::sws_getContext) const sws_getContext;
+} // namespace real
+
+} // namespace test
