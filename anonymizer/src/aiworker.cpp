@@ -83,6 +83,8 @@ wxThread::ExitCode AiWorker::Entry() {
     int64_t counter = 0;
     bool completed = false;
     guarded([&] { completed = fillStore(decoder, interrupt, counter); });
+    if (decoder && !decoder->readError().empty())
+        wxLogError("[AI] %s", decoder->readError());
 
     progress_->update(progressValue(counter), _("Cleaning up"));
     const bool hadDetector = ai::ready() && ai::knowsPersonOrFace();

@@ -1,0 +1,72 @@
+/// Workers whose source the library cannot read on, and the memory they ask for.
+#include "exportworker.h"
+
+#include <gtest/gtest.h>
+
+#include "aiworker.h"
+#include "support/export_fixture.h"
+#include "support/library_calls.h"
+#include "switches.h"
+
+namespace {
+
+class WorkerCalls : public test::ExportFixture {
+protected:
+    test::LibraryHooksReset reset_;
+};
+
+} // namespace
+
+TEST_F(WorkerCalls, ADiskThatGivesUpOnTheWayIsTheReasonOfTheFailure) {
+    auto* worker = makeWorker(prepare("plain.mp4"));
+    std::atomic<int> read{0};
+    test::libraryHooks().av_read_frame = [&read](AVFormatContext* format, AVPacket* packet) {
+        if (++read < 120)
+            return test::real::av_read_frame(format, packet);
+        format->pb->error = AVERROR(EIO);
+        return AVERROR(EIO);
+    };
+    const test::LogCapture log;
+    const auto ended = run(worker);
+    EXPECT_EQ(ended.result, ExportResult::Failed);
+    EXPECT_EQ(ended.text, "Input/output error");
+    EXPECT_EQ(log.lines(wxLOG_Error), std::vector<std::string>{"[VideoExportThread] Input/output error"})
+        << "told once, by the export";
+    EXPECT_FALSE(wxFileName::Exists(output));
+}
+
+TEST_F(WorkerCalls, ADetectionPassTellsTheReasonToo) {
+    const auto info = prepare("plain.mp4");
+    std::atomic<int> read{0};
+    test::libraryHooks().av_read_frame = [&read](AVFormatContext* format, AVPacket* packet) {
+        if (++read < 120)
+            return test::real::av_read_frame(format, packet);
+        format->pb->error = AVERROR(EIO);
+        return AVERROR(EIO);
+    };
+    const test::LogCapture log;
+    const auto report = std::make_shared<AiReport>();
+    const auto done = std::make_shared<std::promise<void>>();
+    auto* worker = new AiWorker(info, &progress); // deletes itself
+    worker->setReport(report);
+    AiOverrides withoutSettings;
+    withoutSettings.gpu = false;
+    withoutSettings.preblurSeconds = 0;
+    worker->setOverrides(withoutSettings);
+    worker->setDone([done] { done->set_value(); });
+    ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
+    done->get_future().wait();
+    EXPECT_TRUE(report->brokeOff);
+    EXPECT_EQ(log.lines(wxLOG_Error),
+              (std::vector<std::string>{"[AI] The pass saw 119 of 250 frames", "[AI] Input/output error"}));
+}
+
+TEST_F(WorkerCalls, TheFactoryMakesTheBuffersOfAUsualVideoInAdvance) {
+    const std::pair<int32_t, int> buffersOf[] = {{switches::kBlurMode, 2}, {switches::kUnblurMode, 1}};
+    for (const auto& [mode, buffers] : buffersOf) {
+        test::watchZeroedMemory(std::size_t{1920} * 1080 * 4);
+        const std::unique_ptr<ExportWorker> neverRun(createExportWorker(mode, output, {}, &progress));
+        EXPECT_EQ(test::zeroedMemoryAsked(), buffers) << mode;
+        test::watchZeroedMemory(0);
+    }
+}
