@@ -108,12 +108,13 @@ Outcome exportTo(const wxString& path, const Options& options, const video::Vide
     return outcome;
 }
 
-/// Puts both files in their places, or neither: the list, which is small and can be put back, goes first.
-/// True on success; otherwise `subject` is the file at fault and `error` says what was wrong.
+/// Puts both files in their places, or neither: the list, which is small and can be put back, goes first; its
+/// `keepOld` came before. True on success; otherwise `subject` is the file at fault and `error` says what was
+/// wrong.
 bool commitBoth(OutputFile& video, OutputFile& list, const Options& options, wxString& subject,
                 wxString& error) {
     subject = options.detectionsPath;
-    if (!list.sync(error) || !list.keepOld(error))
+    if (!list.sync(error))
         return false;
     subject = options.outputPath;
     if (!video.sync(error))
@@ -163,7 +164,7 @@ int exportVideo(const Options& options, wxString& subject) {
         return fail(options.inputPath, error);
     if (!output.create(error))
         return fail(options.outputPath, error);
-    if (keepsDetections && !detections.create(error))
+    if (keepsDetections && !(detections.create(error) && detections.keepOld(error)))
         return fail(options.detectionsPath, error);
 
     switches::editingMode = options.mode;

@@ -237,6 +237,21 @@ TEST_F(BatchDetect, ADetectionsFileThatCannotBeMadeStopsAtOnce) {
     EXPECT_TRUE(aiFolder.fakeCalls().empty());
 }
 
+TEST_F(BatchDetect, ADetectionsFileThatCannotBePutBackStopsAtOnce) {
+    installFake("");
+    test::writeFile(folder_.file("found.csv"), "old list");
+    std::filesystem::permissions(folder_.path(), std::filesystem::perms::all);
+    std::filesystem::permissions(folder_.file("found.csv"), std::filesystem::perms(0222));
+    {
+        const test::WithoutPrivileges user;
+        const auto result = run({"--detect", "--detections", "found.csv", media("plain.mp4"), "out.mp4"});
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.error, "tarvex_shroud_batch: found.csv: Permission denied\n");
+    }
+    EXPECT_EQ(folder_.listing(), "found.csv");
+    EXPECT_TRUE(aiFolder.fakeCalls().empty());
+}
+
 TEST_F(BatchDetect, FlagsWithoutDetectAreWrongUsage) {
     for (const std::vector<std::string>& arguments :
          std::vector<std::vector<std::string>>{{"--preblur", "1", "a.mp4", "b.mp4"},
