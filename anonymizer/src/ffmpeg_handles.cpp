@@ -5,6 +5,8 @@
 
 #include <wx/filename.h>
 
+#include "platform.h"
+
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
@@ -80,10 +82,10 @@ wxString errorText(int code) {
 std::string filePath(const wxString& path) {
     wxFileName name(path);
     if (path.empty() || name.IsAbsolute())
-        return path.utf8_string();
+        return platform::fileName(path);
     // No other normalisation: ".." behind a link is not the folder before it.
     name.Normalize(wxPATH_NORM_ABSOLUTE);
-    return name.GetFullPath().utf8_string();
+    return platform::fileName(name.GetFullPath());
 }
 
 void setYuvToRgb(SwsContext* scaler, int32_t matrix, bool fullRange) {

@@ -15,9 +15,9 @@ int main(int argc, char** argv) {
     logfiles::logUnhandledExceptions();
 
     // Given narrow arguments, the GUI library takes them for text of the user's locale: "Ärger.mp4" would
-    // arrive broken in the locale "C".
+    // arrive broken in the locale "C", and not at all when its name is in Latin-1.
     std::vector<std::wstring> arguments{L"tarvex_shroud"};
-    for (const wxString& argument : platform::commandLineArguments(argc, argv))
+    for (const wxString& argument : platform::commandLineFileNames(argc, argv))
         arguments.push_back(argument.ToStdWstring());
     std::vector<wchar_t*> pointers;
     for (std::wstring& argument : arguments)

@@ -55,8 +55,9 @@ MainFrame::MainFrame(const wxString& title, const wxPoint& position, const wxSiz
 
 MainFrame::~MainFrame() {
     link_->cut();
+    player_->end();
+    // The canvas, which goes later than the player, lets go of it.
     canvas_->set(nullptr);
-    player_.reset();
 }
 
 void MainFrame::loadIcon() {
@@ -119,7 +120,7 @@ bool MainFrame::refusesVideos() const {
 }
 
 video::VideoInfo MainFrame::videoInfo() const {
-    return player_->info();
+    return ready_ ? player_->info() : video::VideoInfo();
 }
 
 void MainFrame::refreshPicture() {
@@ -246,8 +247,9 @@ void MainFrame::finish() {
         if (worker_ == Worker::Detection) {
             endWorker();
             refreshPicture();
-            for (const wxString& notice : noticesFor(*report_))
-                addBar(notice, wxICON_WARNING, true);
+            if (report_)
+                for (const wxString& notice : noticesFor(*report_))
+                    addBar(notice, wxICON_WARNING, true);
         }
     });
 }

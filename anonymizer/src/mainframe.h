@@ -42,7 +42,8 @@ public:
     /// opened since. From another thread it queues itself.
     void onReady(int64_t openNumber);
 
-    /// Starts the detection pass on the open video. Does nothing before that is ready or while a worker runs.
+    /// Starts the detection pass on the open video; on no frames before one is ready. Does nothing while a
+    /// worker runs.
     void OnAI(wxCommandEvent& event);
 
     /// Writes the anonymised copy of the open video. Refusals and failures are message boxes. Does nothing
@@ -111,7 +112,7 @@ private:
     void startWorker(Worker worker, const wxString& title, const wxString& message);
     void endWorker();
     void endExport();
-    /// Replaces the player by one that has no video yet. The canvas must not have the one before.
+    /// A player that has no video yet. The one before has ended.
     void makePlayer();
     void closeVideo();
     void readyVideo();
@@ -169,7 +170,8 @@ private:
     std::shared_ptr<RunningThread> export_;
     /// Called at the end of the export; empty unless somebody waits for it.
     std::function<void()> exportStopped_;
-    /// How the detection that runs or ran last went; read only after it has finished.
+    /// How the detection that runs or ran last went; read only after it has finished. Null when it had no
+    /// video.
     std::shared_ptr<AiReport> report_;
     /// What the workers know of this window.
     std::shared_ptr<WindowLink> link_;

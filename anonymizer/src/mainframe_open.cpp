@@ -44,13 +44,15 @@ void MainFrame::onOpen() {
 }
 
 void MainFrame::closeVideo() {
-    const bool used = player_->isRunning();
-    if (used)
+    std::unique_ptr<VideoPlayer> ended;
+    if (!player_->canOpen()) {
         player_->end();
+        // The canvas lets go of it below.
+        ended = std::move(player_);
+        makePlayer();
+    }
     canvas_->set(nullptr);
     canvas_->setAiAvailable(false);
-    if (used)
-        makePlayer();
     ready_ = false;
     // The dialog of a pre-processing that was cut short; an update of it may be under way further up.
     calls_.run([this] { progress_.finish(); });
@@ -63,7 +65,6 @@ void MainFrame::closeVideo() {
 }
 
 void MainFrame::makePlayer() {
-    player_.reset();
     ++openNumber_;
     scanProgress_ = std::make_unique<ScanProgress>([this, openNumber = openNumber_](ScanProgress::Call call) {
         queue([this, openNumber, call = std::move(call)] {
@@ -97,8 +98,6 @@ void MainFrame::openVideo(const wxString& path) {
         SetTitle(wxString(kTitle) + " - " + path);
         return;
     }
-    // One whose thread could not be started can't be tried again.
-    makePlayer();
     videoPath_.clear();
     SetTitle(kTitle);
     if (error.empty())
@@ -119,6 +118,7 @@ void MainFrame::onReady(int64_t openNumber) {
 }
 
 void MainFrame::readyVideo() {
+    ready_ = true;
     const video::VideoInfo info = videoInfo();
     {
         blurtrack::BlurStore& store = blurtrack::store();
@@ -126,7 +126,6 @@ void MainFrame::readyVideo() {
         blurtrack::initFrames(info.frameCount);
     }
     switches::brushSize = std::min(info.width, info.height) / 10;
-    ready_ = true;
     canvas_->set(player_.get());
     enableEditing(true);
     aiItem_->Enable(ai::available());

@@ -30,11 +30,12 @@ void MainFrame::endWorker() {
 }
 
 void MainFrame::OnAI(wxCommandEvent&) {
-    if (isBusy() || !ready_)
+    if (isBusy())
         return;
     // The pass holds the blurs all the time.
     canvas_->pause();
-    report_ = std::make_shared<AiReport>();
+    // Without a video there is nothing that could go wrong with it.
+    report_ = ready_ ? std::make_shared<AiReport>() : nullptr;
     auto worker = std::make_unique<AiWorker>(videoInfo(), link_.get());
     worker->setReport(report_);
     // The pass is followed through its progress alone; the callback only keeps the link alive.

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <string>
 #include <vector>
 
 #include <wx/string.h>
@@ -69,6 +70,14 @@ void setLibrarySearchFolder(const wxString& folder);
 
 /// The program's arguments without its name. One that is not valid UTF-8 becomes an empty text.
 std::vector<wxString> commandLineArguments(int argc, char** argv);
+
+/// The same for a program that opens every file: a byte that is no UTF-8 becomes a private character, as it
+/// does in the names that the GUI library's dialogs and drops deliver. `fileName` makes it a byte again.
+std::vector<wxString> commandLineFileNames(int argc, char** argv);
+
+/// `path` as the system's and the media library's functions take it: UTF-8, on this system with the bytes
+/// behind private characters (`commandLineFileNames`).
+std::string fileName(const wxString& path);
 
 /// True when what is written there reaches a person directly.
 bool isTerminal(std::FILE* stream);

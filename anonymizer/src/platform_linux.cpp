@@ -24,13 +24,13 @@ constexpr std::chrono::seconds kLockPatience{2};
 /// Between two tries; short against the time that a holder needs.
 constexpr std::chrono::microseconds kLockPoll{500};
 
-/// File names are bytes here; this system takes them for UTF-8 whatever the locale says.
-std::string bytes(const wxString& path) {
-    return path.utf8_string();
+/// File names are bytes here, taken for UTF-8 whatever the locale says.
+wxMBConvUTF8 fileNameEncoding() {
+    return wxMBConvUTF8(wxMBConvUTF8::MAP_INVALID_UTF8_TO_PUA);
 }
 
 int openFolder(const wxString& folder) {
-    return open(bytes(folder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    return open(fileName(folder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
 }
 
 /// The entry point of that name, if a library that has it is loaded. The OpenGL headers stay out of this
@@ -61,12 +61,12 @@ bool hasWord(const std::string& list, const std::string& word) {
 bool isSameFile(const wxString& first, const wxString& second) {
     struct stat a = {};
     struct stat b = {};
-    return stat(bytes(first).c_str(), &a) == 0 && stat(bytes(second).c_str(), &b) == 0 &&
+    return stat(fileName(first).c_str(), &a) == 0 && stat(fileName(second).c_str(), &b) == 0 &&
            a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
 bool isWritable(const wxString& path) {
-    return faccessat(AT_FDCWD, bytes(path).c_str(), W_OK, AT_EACCESS) == 0;
+    return faccessat(AT_FDCWD, fileName(path).c_str(), W_OK, AT_EACCESS) == 0;
 }
 
 bool copyPermissions(const wxString& from, const wxString& to) {
@@ -74,21 +74,21 @@ bool copyPermissions(const wxString& from, const wxString& to) {
     struct stat a = {};
     struct stat b = {};
     // One of them is gone since its permissions were read.
-    if (stat(bytes(from).c_str(), &a) != 0 || stat(bytes(to).c_str(), &b) != 0)
+    if (stat(fileName(from).c_str(), &a) != 0 || stat(fileName(to).c_str(), &b) != 0)
         return false;
     // Some file systems have the same for all files and let nobody change them.
     return (a.st_mode & permissions) == (b.st_mode & permissions) ||
-           chmod(bytes(to).c_str(), a.st_mode & permissions) == 0;
+           chmod(fileName(to).c_str(), a.st_mode & permissions) == 0;
 }
 
 bool replaceFile(const wxString& from, const wxString& to) {
-    return std::rename(bytes(from).c_str(), bytes(to).c_str()) == 0;
+    return std::rename(fileName(from).c_str(), fileName(to).c_str()) == 0;
 }
 
 bool syncToDisk(const wxString& path) {
-    int file = open(bytes(path).c_str(), O_RDONLY | O_CLOEXEC);
+    int file = open(fileName(path).c_str(), O_RDONLY | O_CLOEXEC);
     if (file < 0 && errno == EACCES)
-        file = open(bytes(path).c_str(), O_WRONLY | O_CLOEXEC);
+        file = open(fileName(path).c_str(), O_WRONLY | O_CLOEXEC);
     if (file < 0)
         return false;
     const bool synced = fsync(file) == 0;
@@ -100,19 +100,19 @@ bool syncToDisk(const wxString& path) {
 }
 
 bool createFile(const wxString& path) {
-    const int file = open(bytes(path).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    const int file = open(fileName(path).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (file < 0)
         return false;
     if (close(file) == 0)
         return true;
     const int code = errno;
-    unlink(bytes(path).c_str());
+    unlink(fileName(path).c_str());
     errno = code;
     return false;
 }
 
 bool removeFile(const wxString& path) {
-    return unlink(bytes(path).c_str()) == 0;
+    return unlink(fileName(path).c_str()) == 0;
 }
 
 FolderLock::FolderLock(const wxString& folder) : handle_(openFolder(folder)) {
@@ -164,6 +164,18 @@ std::vector<wxString> commandLineArguments(int argc, char** argv) {
     for (int i = 1; i < argc; ++i)
         arguments.push_back(wxString::FromUTF8(argv[i]));
     return arguments;
+}
+
+std::vector<wxString> commandLineFileNames(int argc, char** argv) {
+    std::vector<wxString> names;
+    for (int i = 1; i < argc; ++i)
+        names.push_back(wxString(argv[i], fileNameEncoding()));
+    return names;
+}
+
+std::string fileName(const wxString& path) {
+    const wxScopedCharBuffer name = path.mb_str(fileNameEncoding());
+    return std::string(name.data(), name.length());
 }
 
 bool isTerminal(std::FILE* stream) {

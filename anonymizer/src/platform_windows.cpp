@@ -170,6 +170,14 @@ std::vector<wxString> commandLineArguments(int, char**) {
     return arguments;
 }
 
+std::vector<wxString> commandLineFileNames(int argc, char** argv) {
+    return commandLineArguments(argc, argv);
+}
+
+std::string fileName(const wxString& path) {
+    return path.utf8_string();
+}
+
 bool isTerminal(std::FILE* stream) {
     return _isatty(_fileno(stream)) != 0;
 }

@@ -26,6 +26,8 @@
 namespace settings {
 namespace {
 
+constexpr const char* kCompany = "Harmo Labs";
+
 /// Where the data folder belongs, whether or not it exists.
 wxString folderPath() {
     return userConfigFolder() + wxFileName::GetPathSeparator() + "Tarvex Shroud";
@@ -138,6 +140,14 @@ std::optional<wxString> salvage(const wxString& text) {
     return isDamaged || kept.hasRepeatedGroup() ? std::optional<wxString>(kept.text()) : std::nullopt;
 }
 
+/// Company and product only label the object, but with an empty global name the library reads a global file
+/// of its own choice, named by the company. On a system that has one, only ours is asked for.
+long configStyle() {
+    return wxFileConfig::GetGlobalFile(kCompany).FileExists()
+               ? wxCONFIG_USE_LOCAL_FILE
+               : wxCONFIG_USE_LOCAL_FILE | wxCONFIG_USE_GLOBAL_FILE;
+}
+
 std::unique_ptr<wxFileConfig> parse(const wxString& text) {
     wxStringInputStream lines(text);
     return std::make_unique<wxFileConfig>(lines, wxConvUTF8);
@@ -180,10 +190,8 @@ Loaded load(const wxString& path) {
     } else if (const std::optional<wxString> salvaged = salvage(*text)) {
         loaded = {parse(*salvaged), true};
     } else {
-        // Company and product only label the object. Local file only: with an empty global name the library
-        // would still read a global file of its own choice.
-        loaded.config = std::make_unique<wxFileConfig>("Harmo Labs", "Tarvex Shroud", path, wxString(),
-                                                       wxCONFIG_USE_LOCAL_FILE);
+        loaded.config =
+            std::make_unique<wxFileConfig>(kCompany, "Tarvex Shroud", path, wxString(), configStyle());
         loaded.isWhole = entriesOf(*loaded.config) == entriesOf(*parse(*text));
     }
     loaded.config->DisableAutoSave();

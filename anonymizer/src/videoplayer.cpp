@@ -28,14 +28,18 @@ VideoPlayer::~VideoPlayer() {
 }
 
 void VideoPlayer::end() {
-    if (thread_->exitRequested.exchange(true) || !started_)
+    if (!thread_)
         return;
-    thread_->wake();
-    thread_->Wait();
+    thread_->exitRequested.exchange(true);
+    if (started_) {
+        thread_->wake();
+        thread_->Wait();
+    }
+    thread_.reset();
 }
 
 bool VideoPlayer::open(const wxString& path, wxString& error) {
-    if (started_)
+    if (!canOpen())
         return false;
     auto decoder = std::make_shared<Decoder_ffmpeg>();
     decoder->setInterrupt(&thread_->exitRequested);
@@ -52,8 +56,9 @@ bool VideoPlayer::open(const wxString& path, wxString& error) {
 }
 
 bool VideoPlayer::open(std::shared_ptr<video::Decoder> decoder, wxString& error) {
-    if (started_)
+    if (!canOpen())
         return false;
+    used_ = true;
     thread_->setDecoder(std::move(decoder));
     thread_->preprocessing = true;
     if (thread_->Run() == wxTHREAD_NO_ERROR) {
@@ -68,12 +73,16 @@ bool VideoPlayer::open(std::shared_ptr<video::Decoder> decoder, wxString& error)
 }
 
 void VideoPlayer::play(int fps) {
+    if (!thread_)
+        return;
     fps = std::max(fps, 1);
     wxLogMessage("[VideoPlayer] play %dfps", fps);
     thread_->post(playercommand::make(playercommand::kPlay, fps));
 }
 
 void VideoPlayer::stop() {
+    if (!thread_)
+        return;
     wxLogMessage("[VideoPlayer] stop");
     thread_->post(playercommand::make(playercommand::kStop));
     if (wxThread::This() == thread_.get())
@@ -83,41 +92,45 @@ void VideoPlayer::stop() {
 }
 
 void VideoPlayer::seek(int frame) {
-    thread_->post(playercommand::make(playercommand::kSeek, frame));
+    if (thread_)
+        thread_->post(playercommand::make(playercommand::kSeek, frame));
 }
 
 bool VideoPlayer::isSeekPending() const {
-    return thread_->isSeekPending();
+    return thread_ && thread_->isSeekPending();
 }
 
 void VideoPlayer::setOnFrame(OnFrame callback) {
-    thread_->onFrame.set(std::move(callback));
+    if (thread_)
+        thread_->onFrame.set(std::move(callback));
 }
 
 void VideoPlayer::setOnState(OnState callback) {
-    thread_->onState.set(std::move(callback));
+    if (thread_)
+        thread_->onState.set(std::move(callback));
 }
 
 void VideoPlayer::setOnReady(OnReady callback) {
-    thread_->onReady.set(std::move(callback));
+    if (thread_)
+        thread_->onReady.set(std::move(callback));
 }
 
 bool VideoPlayer::isRunning() const {
-    return thread_->IsAlive();
+    return thread_ && thread_->IsAlive();
 }
 
 bool VideoPlayer::isPlaying() const {
-    return thread_->playing;
+    return thread_ && thread_->playing;
 }
 
 bool VideoPlayer::isPreprocessing() const {
-    return thread_->preprocessing;
+    return thread_ && thread_->preprocessing;
 }
 
 video::VideoInfo VideoPlayer::info() const {
-    return thread_->info();
+    return thread_ ? thread_->info() : video::VideoInfo();
 }
 
 bool VideoPlayer::isUneven() const {
-    return thread_->isUneven();
+    return thread_ && thread_->isUneven();
 }

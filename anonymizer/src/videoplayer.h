@@ -54,18 +54,20 @@ public:
     /// Ends playback, seeking or pre-processing, waits for the thread and deletes it. After that no callback
     /// runs any more. Not from a callback.
     ~VideoPlayer();
-    /// What the destructor does first. Later operations do nothing, setters work; a second call returns at
-    /// once.
+    /// What the destructor does, for a player that somebody still knows. Later operations and setters do
+    /// nothing. No other thread may use the player any more.
     void end();
     VideoPlayer(const VideoPlayer&) = delete;
     VideoPlayer& operator=(const VideoPlayer&) = delete;
 
     /// Opens the file and starts the thread, which pre-processes it and then calls the ready callback. On
     /// failure `error` gets the text (empty for files without a usable video stream), nothing is started and
-    /// another file may be tried. A player opens one video: false when it has one already.
+    /// another file may be tried while `canOpen` is true. False, too, when it isn't.
     bool open(const wxString& path, wxString& error);
     /// The same with a decoder that has its file open. From now on only the playback thread uses it.
     bool open(std::shared_ptr<video::Decoder> decoder, wxString& error);
+    /// False once the thread was to be started, whether or not it could be: a player opens one video.
+    bool canOpen() const { return thread_ && !used_; }
     /// The last `open` failed because of what is in the file, not because the file could not be read or the
     /// thread could not be started.
     bool refusedContent() const { return refusedContent_; }
@@ -111,8 +113,10 @@ public:
     bool isUneven() const;
 
 private:
+    /// Null after `end`.
     std::unique_ptr<VideoPlayerThread> thread_;
-    /// The thread was run once and has to be joined.
+    bool used_ = false;
+    /// The thread was run and has to be joined.
     bool started_ = false;
     bool refusedContent_ = false;
 };

@@ -1,5 +1,7 @@
 #include <clocale>
+#include <filesystem>
 #include <string>
+#include <vector>
 
 #include <sys/types.h>
 #include <unistd.h>
@@ -7,8 +9,10 @@
 #include <gtest/gtest.h>
 #include <wx/filefn.h>
 
+#include "platform.h"
 #include "support/clip_decoding.h"
 #include "support/log_capture.h"
+#include "support/temp_folder.h"
 
 namespace {
 
@@ -59,6 +63,21 @@ TEST(DecoderPaths, TakesRelativePaths) {
     expectRelativeOpen("/path with spaces", "clip one.mp4");
     expectRelativeOpen("/path with spaces", "../plain.mp4");
     expectRelativeOpen("/пример видео", "Клип 🎬.mp4");
+}
+
+TEST(DecoderPaths, TakesANameWhoseBytesAreNoText) {
+    const test::TempFolder folder;
+    const std::string bytes = folder.path().string() + "/Stra\xDF"
+                                                       "e \xC3\xA4\xFF.mp4";
+    std::filesystem::copy_file(test::mediaDir() + "/plain.mp4", bytes);
+    std::string texts[] = {"program", bytes};
+    std::vector<char*> argv{texts[0].data(), texts[1].data()};
+    const wxString name = platform::commandLineFileNames(2, argv.data()).at(0);
+    EXPECT_EQ(platform::fileName(name), bytes);
+    EXPECT_TRUE(platform::isWritable(name));
+    Decoder_ffmpeg decoder;
+    EXPECT_TRUE(decoder.open(name)) << decoder.lastError();
+    EXPECT_TRUE(decoder.next());
 }
 
 TEST(DecoderPaths, TakesAnyNameInTheCLocale) {

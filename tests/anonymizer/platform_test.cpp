@@ -118,6 +118,16 @@ TEST(Platform, ArgumentsAreUtf8) {
                 testing::ElementsAre("--mode", wx("видео 🎬.mp4"), ""));
 }
 
+TEST(Platform, FileNamesAreTheirUtf8) {
+    std::string texts[] = {"program", "видео 🎬.mp4"};
+    std::vector<char*> argv;
+    for (std::string& text : texts)
+        argv.push_back(text.data());
+    EXPECT_THAT(platform::commandLineFileNames(2, argv.data()), testing::ElementsAre(wx("видео 🎬.mp4")));
+    EXPECT_EQ(platform::fileName(wx("видео 🎬.mp4")), "видео 🎬.mp4");
+    EXPECT_EQ(platform::fileName(wxString()), "");
+}
+
 TEST(Platform, FolderLockIsNotWaitedForForEver) {
     const test::TempFolder folder;
     const wxString path = wx(folder.path().u8string());

@@ -172,4 +172,33 @@ TEST_F(VideoPlayerPreProcess, WorksWithoutAnyCallback) {
     EXPECT_TRUE(converted.pass());
 }
 
+TEST_F(VideoPlayerPreProcess, AnEndedPlayerHasNoThreadAndDoesNothingMore) {
+    openAndWait();
+    EXPECT_FALSE(player->canOpen());
+    player->end();
+    EXPECT_TRUE(log.contains("[VideoPlayerThread] destroyed"));
+    player->setOnFrame([this](std::shared_ptr<VideoPlayer::Frame>) { events.add("late frame"); });
+    player->setOnState({});
+    player->setOnReady({});
+    player->seek(1);
+    player->play(25);
+    player->stop();
+    wxString error;
+    EXPECT_FALSE(player->open(decoder, error));
+    EXPECT_FALSE(player->open("/clip.mp4", error));
+    EXPECT_EQ(error, "");
+    EXPECT_FALSE(player->canOpen() || player->isRunning() || player->isPlaying() ||
+                 player->isPreprocessing() || player->isSeekPending() || player->isUneven());
+    EXPECT_EQ(player->info().frameCount, 0);
+    player->end();
+    EXPECT_EQ(events.count("late frame"), 0u);
+}
+
+TEST_F(VideoPlayerPreProcess, AnUnusedPlayerEndsAtOnce) {
+    EXPECT_TRUE(player->canOpen());
+    player->end();
+    EXPECT_TRUE(log.contains("[VideoPlayerThread] destroyed"));
+    EXPECT_FALSE(player->canOpen());
+}
+
 } // namespace

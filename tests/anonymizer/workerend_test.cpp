@@ -31,6 +31,15 @@ private:
 
 } // namespace
 
+TEST(WorkerEnd, AWorkerStillAtWorkIsNotWaitedFor) {
+    std::promise<void> stop;
+    std::thread worker([stopped = stop.get_future()] { stopped.wait(); });
+    // One that has not come to its end holds up nobody; the test would hang here.
+    workerend::wait(std::chrono::hours(24));
+    stop.set_value();
+    worker.join();
+}
+
 TEST(WorkerEnd, TheLastLinesOfAWorkerAreWritten) {
     wxLog::FlushActive();
     WrittenLines log;

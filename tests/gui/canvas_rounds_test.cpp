@@ -135,9 +135,11 @@ TEST_P(CanvasRounds, TheCanvasIsDestroyed) {
         }
         if (round % 2)
             test::runPending();
+        if (round % 3 == 1)
+            player->end();
         if (round % 3 == 2)
             canvas->set(nullptr);
-        // The canvas lets go of a living player by itself.
+        // The canvas lets go of a player by itself, whether or not that has ended.
         window->Destroy();
         test::runPending();
     }

@@ -9,6 +9,7 @@
 #include <wx/log.h>
 
 #include "anonymizer.h"
+#include "gui_support.h"
 #include "platform.h"
 #include "support/temp_folder.h"
 #include "workerend.h"
@@ -22,6 +23,12 @@ public:
         delete wxLog::SetActiveTarget(new wxLogStderr);
         SetExitOnFrameDelete(false);
         return true;
+    }
+    wxWindow* GetTopWindow() const override {
+        wxWindow* const top = Anonymizer::GetTopWindow();
+        if (test::whenTheTopWindowIsAskedFor)
+            test::whenTheTopWindowIsAskedFor(top);
+        return top;
     }
     void OnAssertFailure(const wxChar* file, int line, const wxChar* function, const wxChar* condition,
                          const wxChar* message) override {

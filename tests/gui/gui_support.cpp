@@ -44,6 +44,8 @@ void runPending() {
     while (loop.Pending() || wxTheApp->HasPendingEvents());
 }
 
+std::function<void(const wxWindow* top)> whenTheTopWindowIsAskedFor;
+
 DialogAnswers::DialogAnswers(int answer) : answer_(answer) {
     Register();
 }
@@ -75,6 +77,11 @@ int DialogAnswers::Enter(wxDialog* dialog) {
         fileDialogs.push_back((files->GetMessage() + "; " + files->GetDirectory() + "; " +
                                files->GetWildcard() + wxString::Format("; %d", files->GetFilterIndex()))
                                   .utf8_string());
+        long style = 0;
+        for (const int bit : {wxFD_OPEN, wxFD_SAVE, wxFD_OVERWRITE_PROMPT, wxFD_NO_FOLLOW,
+                              wxFD_FILE_MUST_EXIST, wxFD_MULTIPLE, wxFD_CHANGE_DIR, wxFD_PREVIEW})
+            style |= files->HasFdFlag(bit) ? bit : 0;
+        fileDialogStyles.push_back(style);
         if (duringFileDialog_)
             duringFileDialog_();
         if (file_.empty())

@@ -7,6 +7,8 @@
 #include <wx/modalhook.h>
 #include <wx/string.h>
 
+class wxWindow;
+
 namespace test {
 
 /// Runs the event loop until the condition holds; false when it does not within two minutes.
@@ -14,6 +16,9 @@ bool runUntil(const std::function<bool()>& condition);
 
 /// Runs the event loop until nothing is pending.
 void runPending();
+
+/// Called with the application's top window whenever anybody asks for that; empty unless a test sets it.
+extern std::function<void(const wxWindow* top)> whenTheTopWindowIsAskedFor;
 
 /// Answers every modal dialog while it lives instead of showing it, and remembers what it said.
 class DialogAnswers : public wxModalDialogHook {
@@ -35,6 +40,8 @@ public:
     std::vector<std::string> advice;
     /// Title, folder, wildcard and filter index of the file dialogs so far, joined by "; ".
     std::vector<std::string> fileDialogs;
+    /// The style bits of their own kind (wxFD_OPEN, …) of the file dialogs so far.
+    std::vector<long> fileDialogStyles;
 
 protected:
     int Enter(wxDialog* dialog) override;

@@ -215,3 +215,36 @@ TEST_F(MainFrameDetection, APassThatCannotBeStartedIsAnErrorAndGivesTheWindowBac
     detect();
     EXPECT_GT(blurCount(), 0u);
 }
+
+TEST_F(MainFrameDetection, APassWithoutAVideoSeesNoFrameAndSaysNothing) {
+    ai_.installFake("hit 0 10 20 60 60 0.9 0\n");
+    ai::init();
+    detect();
+    EXPECT_THAT(ai_.fakeCalls(), ElementsAre(StartsWith("build "), "destroy"));
+    EXPECT_EQ(storedFrames(), 0u);
+    EXPECT_THAT(bars(), IsEmpty());
+    EXPECT_TRUE(dialogs_.boxes.empty());
+    EXPECT_TRUE(frame_->IsEnabled());
+    openReady("odd_321x181.mp4");
+    detect();
+    EXPECT_GT(blurCount(), 0u);
+}
+
+TEST_F(MainFrameDetection, APassBeforeTheVideoIsReadyLeavesThatAlone) {
+    ai_.installFake("build-wait\nhit 0 10 20 60 60 0.9 0\n");
+    ai::init();
+    frame_->openVideo(clip("gop_250.mp4"));
+    startDetection();
+    EXPECT_TRUE(frame_->refusesVideos());
+    ASSERT_TRUE(test::runUntil([this] { return isReady(); }));
+    const size_t frames = storedFrames();
+    addBlur(2);
+    EXPECT_FALSE(frame_->Close()) << "the pass still runs";
+    goOn();
+    waitForTheEnd();
+    EXPECT_THAT(ai_.fakeCalls(), ElementsAre(StartsWith("build "), "destroy"));
+    EXPECT_EQ(storedFrames(), frames);
+    EXPECT_EQ(blurCount(), 1u);
+    EXPECT_THAT(bars(), IsEmpty());
+    EXPECT_TRUE(frame_->IsEnabled());
+}

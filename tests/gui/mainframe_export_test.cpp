@@ -209,17 +209,14 @@ TEST_F(MainFrameExport, AVideoOpenedWhileTheNameIsChosenIsNotExported) {
     EXPECT_TRUE(frame_->IsEnabled());
 }
 
-TEST_F(MainFrameExport, NothingIsExportedOrDetectedBeforeTheVideoIsReady) {
-    wxCommandEvent detect(wxEVT_MENU, commands::kBlurHumans);
+TEST_F(MainFrameExport, NothingIsExportedBeforeTheVideoIsReady) {
     frame_->openVideo(clip("gop_250.mp4"));
     frame_->exportTo(wxString::FromUTF8(folder_.file("out.mp4")));
-    frame_->OnAI(detect);
     EXPECT_TRUE(test::runUntil([this] { return isReady(); }));
     test::runPending();
     EXPECT_TRUE(frame_->IsEnabled());
     frame_->openVideo(clip("text.mp4"));
     frame_->exportTo(wxString::FromUTF8(folder_.file("out.mp4")));
-    frame_->OnAI(detect);
     EXPECT_TRUE(frame_->IsEnabled());
     EXPECT_EQ(folder_.listing(), "");
 }

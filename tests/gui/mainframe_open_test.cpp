@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <gmock/gmock.h>
+#include <wx/filedlg.h>
 #include <wx/log.h>
 #include <wx/utils.h>
 
@@ -32,6 +33,20 @@ protected:
         return FileDropTarget(frame_).OnDropFiles(0, 0, files);
     }
     std::string title() const { return frame_->GetTitle().utf8_string(); }
+    void startRecording() {
+        ASSERT_TRUE(test::parkPointer(*frame_));
+        openReady("gop_250.mp4");
+        ASSERT_TRUE(test::startRecording(canvas()));
+        ASSERT_TRUE(switches::hintOverride);
+    }
+    /// Notes what canvas and store are like when players come and go.
+    std::function<void(const std::string&)> playerSteps(std::vector<std::string>& steps) const {
+        return [this, &steps](const std::string& line) {
+            if (line == "[VideoPlayerThread] created" || line == "[VideoPlayerThread] destroyed")
+                steps.push_back(line + (switches::hintOverride ? ", recording" : ", detached") +
+                                (blurCount() > 0 ? ", blurs" : ", no blurs"));
+        };
+    }
     void expectNoVideo() const {
         EXPECT_EQ(title(), "Tarvex Shroud");
         EXPECT_FALSE(frame_->GetMenuBar()->IsEnabledTop(1));
@@ -244,6 +259,9 @@ TEST_F(MainFrameOpen, TheDialogsStartWhereTheLastFileWas) {
                                          "; Video files (*.mp4;*.mov)|*.mp4;*.mov; 0",
                                      "Export video file; " + test::mediaDir() +
                                          "; MP4 files (*.mp4)|*.mp4|MOV files (*.mov)|*.mov; 0"));
+    const long open = wxFD_OPEN | wxFD_FILE_MUST_EXIST;
+    EXPECT_THAT(dialogs_.fileDialogStyles,
+                testing::ElementsAre(open, open, open, wxFD_SAVE | wxFD_OVERWRITE_PROMPT));
 }
 
 TEST_F(MainFrameOpen, ADroppedVideoIsOpenedWhateverTheCaseOfItsEnding) {
@@ -300,7 +318,7 @@ TEST_F(MainFrameOpen, APlaybackThreadThatCannotBeStartedIsAnErrorAndTheNextOpenW
     openReady("plain.mp4");
 }
 
-TEST_F(MainFrameOpen, TheWindowHasAPlayerFromItsConstructionAndAFreshOneAfterAFailure) {
+TEST_F(MainFrameOpen, TheWindowHasAPlayerFromItsConstructionAndAFreshOneForEveryFurtherVideo) {
     const auto count = [this](const std::string& line) {
         const std::vector<std::string> lines = log_.lines();
         return std::count(lines.begin(), lines.end(), "[VideoPlayerThread] " + line);
@@ -309,10 +327,11 @@ TEST_F(MainFrameOpen, TheWindowHasAPlayerFromItsConstructionAndAFreshOneAfterAFa
     openReady("plain.mp4");
     EXPECT_EQ(count("created"), 1) << "the first video takes it";
     frame_->openVideo(clip("text.mp4"));
-    EXPECT_EQ(count("created"), 3) << "one for the file, one after it";
-    EXPECT_EQ(count("destroyed"), 2);
+    EXPECT_EQ(count("created"), 2);
+    EXPECT_EQ(count("destroyed"), 1);
     openReady("plain.mp4");
-    EXPECT_EQ(count("created"), 3);
+    EXPECT_EQ(count("created"), 2) << "a failed open leaves it unused";
+    EXPECT_EQ(count("destroyed"), 1);
 }
 
 TEST_F(MainFrameOpen, ThePlaybackThreadEndsBeforeTheNextVideoIsTouched) {
@@ -327,21 +346,32 @@ TEST_F(MainFrameOpen, ThePlaybackThreadEndsBeforeTheNextVideoIsTouched) {
     EXPECT_LT(ended - lines.begin(), opened - lines.begin());
 }
 
-TEST_F(MainFrameOpen, AVideoThatPlaysEndsBeforeTheBlursAreForgotten) {
-    openReady("plain.mp4");
-    addBlur(2);
-    ASSERT_TRUE(test::startPlaying(canvas(), log_));
-    size_t blursAtTheEnd = 0;
+TEST_F(MainFrameOpen, APlayerGoesFirstAndAFreshOneComesThenTheCanvasLetsGoAndTheBlursAreForgotten) {
+    using testing::ElementsAre;
+    ASSERT_NO_FATAL_FAILURE(startRecording());
+    std::vector<std::string> steps;
     {
-        const AtLines atTheEnd([&](const std::string& line) {
-            if (line == "[VideoPlayerThread] destroyed")
-                blursAtTheEnd = blurCount();
-        });
+        const AtLines atLines(playerSteps(steps));
         frame_->openVideo(clip("odd_321x181.mov"));
     }
-    EXPECT_EQ(blursAtTheEnd, 1u);
+    EXPECT_THAT(steps, ElementsAre("[VideoPlayerThread] destroyed, recording, blurs",
+                                   "[VideoPlayerThread] created, recording, blurs"));
+    EXPECT_FALSE(switches::hintOverride);
     EXPECT_EQ(blurCount(), 0u);
     ASSERT_TRUE(test::runUntil([this] { return isReady(); }));
+}
+
+TEST_F(MainFrameOpen, AWindowThatClosesEndsItsPlayerBeforeTheCanvasLetsGo) {
+    ASSERT_NO_FATAL_FAILURE(startRecording());
+    std::vector<std::string> steps;
+    {
+        const AtLines atLines(playerSteps(steps));
+        frame_->Destroy();
+        test::runPending();
+    }
+    EXPECT_THAT(steps, testing::ElementsAre("[VideoPlayerThread] destroyed, recording, blurs"));
+    EXPECT_FALSE(switches::hintOverride);
+    makeWindow();
 }
 
 TEST_F(MainFrameOpen, AVideoTooSmallToHideAnythingIsToldInABar) {

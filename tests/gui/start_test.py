@@ -128,6 +128,15 @@ class Start(menus.MenuTest):
         app.wait_number(1)
         self.assertIn("Ärger 中文.mp4", app.title())
 
+    def test_a_name_whose_bytes_are_no_text_is_opened(self):
+        folder = self.home()
+        path = os.path.join(os.fsencode(folder), b"Stra\xdfe.mp4")
+        shutil.copy(os.path.join(driver.options.media, "plain.mp4"), path)
+        app = self.start("--video", path)
+        app.wait_number(1)
+        self.assertTrue(app.title().startswith("Tarvex Shroud - %s/Stra" % folder))
+        self.assertEqual(app.close(), 0)
+
     def start_in_locale(self, locale, path, home):
         wrapper = os.path.join(home, "start")
         with open(wrapper, "w", encoding="utf-8") as file:
