@@ -34,10 +34,9 @@ CanvasEffects CanvasInteraction::reset() {
     brush_ = {};
     currentBlurId_ = blurtrack::kNoBlurId;
     newBlurRect_ = {};
-    pressFrame_ = 0;
     recordedFrame_ = 0;
     unstored_.clear();
-    recording_ = false;
+    recording_.exchange(false);
     effects.stopTimer = true;
     effects.clearLayoutHover = true;
     effects.repaint = true;

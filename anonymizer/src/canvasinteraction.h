@@ -63,13 +63,17 @@ public:
 
     /// The mouse. `playerPlays`: the player reports that it is playing.
     ///
-    /// An id has one rectangle per frame, so a press with a brush whose id has been used (a recording leaves
-    /// it on the screen) takes the next id, or it would paint nothing; on that very blur it stays what it is.
+    /// A press paints with the brush's number, used or not: a brush that a recording left on the screen goes
+    /// on with the recorded blur, and where that has a rectangle on the picture already, this stays as it is.
+    /// Only on a picture that its span does not reach does the press take the next number: a span counts
+    /// frames one by one, so with a hole in it the last frames would be out of reach of a deletion.
     CanvasEffects figureOutState(const CanvasMouse& event, bool playerPlays);
 
-    /// The button has been held for kHoldMilliseconds: the pressed blur is recorded from here on. `videoFps`
-    /// may be any number. Every frame from the press on carries the recorded id, so nothing begins on another
-    /// frame than the pressed one, and while one is on its way (`seekPending`) the hold begins anew.
+    /// The button has been held for kHoldMilliseconds: the pressed blur is recorded from the picture on that
+    /// is shown now. Where a seek has brought another one than the pressed one, it gets the blur's rectangle
+    /// first, under the next number when the blur's span does not reach it. While a picture is on its way
+    /// (`seekPending`) the hold begins anew: the end of that seek, told as `Stopped`, would end the
+    /// recording. `videoFps` may be any number.
     CanvasEffects onHold(bool playerSet, double videoFps, bool seekPending);
 
     /// Something else needs the video or the blurs: ends recording, and playing when the player plays.
@@ -133,8 +137,12 @@ private:
     /// Makes the brush square the current blur. False when nothing was stored: there is no square, and
     /// currentBlurId_ is −1, or the store was held.
     bool newBlur();
-    /// With the store's mutex held too.
+    // With the store's mutex held too:
     void storeNewBlur();
+    /// Gives the rectangle to the picture as the current blur's, unless that has one there.
+    void hideOnPicture(const view::Rect& rect);
+    /// A rectangle on the picture would leave a hole in the span of `id`.
+    bool leavesHole(int64_t id) const;
     void resizeBrush(int rotation);
     void moveInside(view::Point position, bool playing);
     void pressInside(view::Point position, bool playing, CanvasEffects& effects);
@@ -152,8 +160,6 @@ private:
     int64_t currentBlurId_ = blurtrack::kNoBlurId;
     /// The rectangle of the last press.
     view::Rect newBlurRect_;
-    /// Frame of the last press on the picture, 0 for none.
-    int64_t pressFrame_ = 0;
     /// Last frame that has a square of the recorded blur, stored or not.
     int64_t recordedFrame_ = 0;
     /// Squares of the recorded blur that a held store refused, in order of recording. Empty while nothing is

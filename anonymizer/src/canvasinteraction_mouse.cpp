@@ -112,11 +112,8 @@ bool CanvasInteraction::newBlur() {
     if (newBlurRect_.empty())
         return false;
     const auto storeLock = lockStoreSoon();
-    if (storeLock.owns_lock()) {
-        const bool onItsOwnBlur = hover_.set && hover_.id == brush_.id;
-        if (!onItsOwnBlur && blurtrack::spanOf(brush_.id))
-            takeNextBrushId();
-    }
+    if (storeLock.owns_lock() && leavesHole(brush_.id))
+        takeNextBrushId();
     currentBlurId_ = brush_.id;
     if (storeLock.owns_lock())
         storeNewBlur();
@@ -131,6 +128,11 @@ void CanvasInteraction::storeNewBlur() {
     newBlurRect_ = {entry.x, entry.y, entry.w, entry.h};
     wxLogMessage("[VideoCanvas] New Blur id:%lld frame: %lld(%d, %d, %d, %d)", number(entry.id),
                  number(frame_->index), entry.x, entry.y, entry.w, entry.h);
+}
+
+bool CanvasInteraction::leavesHole(int64_t id) const {
+    const auto span = blurtrack::spanOf(id);
+    return span && (frame_->index < span->startFrame || frame_->index > span->startFrame + span->frameCount);
 }
 
 void CanvasInteraction::resizeBrush(int rotation) {
@@ -161,7 +163,6 @@ void CanvasInteraction::moveInside(view::Point position, bool playing) {
 }
 
 void CanvasInteraction::pressInside(view::Point position, bool playing, CanvasEffects& effects) {
-    pressFrame_ = frame_->index;
     if (playing) {
         if (!brush_.shown)
             return;
@@ -171,7 +172,7 @@ void CanvasInteraction::pressInside(view::Point position, bool playing, CanvasEf
         recordedFrame_ = frame_->index;
         if (!newBlur() && currentBlurId_ != blurtrack::kNoBlurId)
             unstored_.push_back({frame_->index, newBlurRect_});
-        recording_ = true;
+        recording_.exchange(true);
     } else if (brush_.shown) {
         brush_.position = position;
         if (!newBlur() && currentBlurId_ != blurtrack::kNoBlurId)

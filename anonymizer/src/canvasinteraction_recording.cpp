@@ -29,7 +29,7 @@ CanvasEffects CanvasInteraction::onHold(bool playerSet, double videoFps, bool se
     if (!playerSet)
         return effects;
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (!frame_ || frame_->index != pressFrame_)
+    if (!frame_)
         return effects;
     if (seekPending) {
         effects.startTimer = true;
@@ -41,15 +41,13 @@ CanvasEffects CanvasInteraction::onHold(bool playerSet, double videoFps, bool se
         return effects;
     }
 
-    if (!hover_.set) {
-        if (!blurtrack::spanOf(currentBlurId_))
-            storeNewBlur();
-        wxLogMessage("[VideoCanvas] Begin blur while playing id:%lld frame: %lld", number(currentBlurId_),
-                     number(frame_->index));
-    }
     const view::Rect rect = hover_.set ? hover_.rect : newBlurRect_;
     if (hover_.set)
         currentBlurId_ = hover_.id;
+    hideOnPicture(rect);
+    if (!hover_.set)
+        wxLogMessage("[VideoCanvas] Begin blur while playing id:%lld frame: %lld", number(currentBlurId_),
+                     number(frame_->index));
     // Without a blur the brush stays as it is.
     if (!rect.empty()) {
         brush_.id = currentBlurId_;
@@ -61,7 +59,7 @@ CanvasEffects CanvasInteraction::onHold(bool playerSet, double videoFps, bool se
     blurtrack::delBlur(currentBlurId_, frame_->index + 1);
     wxLogMessage("[VideoCanvas] Continue blur while playing id:%lld frame: %lld", number(currentBlurId_),
                  number(frame_->index));
-    recording_ = true;
+    recording_.exchange(true);
     recordedFrame_ = frame_->index;
 
     effects.clearLayoutHover = true;
@@ -69,6 +67,21 @@ CanvasEffects CanvasInteraction::onHold(bool playerSet, double videoFps, bool se
     effects.repaint = true;
     tellHint(effects);
     return effects;
+}
+
+void CanvasInteraction::hideOnPicture(const view::Rect& rect) {
+    if (currentBlurId_ == blurtrack::kNoBlurId || rect.empty())
+        return;
+    const auto& entries = blurtrack::entriesAt(frame_->index);
+    if (std::any_of(entries.begin(), entries.end(),
+                    [this](const blurtrack::BlurEntry& entry) { return entry.id == currentBlurId_; }))
+        return;
+    if (leavesHole(currentBlurId_)) {
+        takeNextBrushId();
+        currentBlurId_ = brush_.id;
+    }
+    newBlurRect_ = rect;
+    storeNewBlur();
 }
 
 CanvasEffects CanvasInteraction::pause(bool playerPlays) {

@@ -103,29 +103,48 @@ TEST_F(Canvas, EveryDabHasAnIdOfItsOwn) {
     EXPECT_GT(blurtrack::entriesAt(10)[1].id, first);
 }
 
-TEST_F(Canvas, BrushLeftByARecordingPaintsWithANewId) {
+TEST_F(Canvas, BrushLeftByARecordingGoesOnWithTheRecordedBlur) {
     const int64_t recorded = recordedAt(100, 100);
     release(100, 100);
     ASSERT_TRUE(brushShown());
     const int64_t next = upcomingBrushId();
     move(250, 200);
-    EXPECT_EQ(upcomingBrushId(), next) << "the brush only moves";
-    press(250, 200);
-    ASSERT_EQ(blurtrack::entriesAt(11).size(), 2u);
-    EXPECT_EQ(blurtrack::entriesAt(11)[0].id, recorded);
-    EXPECT_EQ(blurtrack::entriesAt(11)[1].id, next);
-    EXPECT_EQ(blurtrack::entriesAt(11)[1].x, 250 - 16);
-    EXPECT_TRUE(log.contains("[VideoCanvas] New Blur Brush id: " + std::to_string(next)));
-    EXPECT_EQ(hold().hint->blurId, next) << "and that one is recorded";
+    EXPECT_TRUE(press(250, 200).startTimer);
+    ASSERT_EQ(blurtrack::entriesAt(11).size(), 1u) << "its first rectangle of a frame wins";
+    EXPECT_EQ(blurtrack::entriesAt(11)[0].x, 84);
+    EXPECT_TRUE(log.contains(format("[VideoCanvas] New Blur id:%lld frame: %lld", recorded, 11) +
+                             "(84, 84, 32, 32)"));
+    EXPECT_EQ(hold().hint->blurId, recorded);
+    EXPECT_EQ(canvas.picture().brushPosition.x, 100);
+    EXPECT_EQ(upcomingBrushId(), next);
 }
 
-TEST_F(Canvas, BrushLeftByARecordingPaintsWithoutAMotionToo) {
-    recordedAt(100, 100);
+TEST_F(Canvas, BrushLeftByARecordingPaintsOnThePictureBehind) {
+    const int64_t recorded = recordedAt(100, 100);
     release(250, 200);
     ASSERT_TRUE(brushShown());
     ASSERT_FALSE(hovering());
+    show(12);
     press(250, 200);
-    EXPECT_EQ(blurtrack::entriesAt(11).size(), 2u);
+    EXPECT_EQ(framesOf(recorded), (std::vector<int64_t>{10, 11, 12}));
+    EXPECT_EQ(blurtrack::entriesAt(12)[0].x, 250 - 16);
+    EXPECT_EQ(blurtrack::spanOf(recorded)->frameCount, 3);
+}
+
+TEST_F(Canvas, BrushLeftByARecordingTakesTheNextNumberWhereTheSpanDoesNotReach) {
+    const int64_t recorded = recordedAt(100, 100);
+    release(250, 200);
+    for (const int64_t frame : {13, 9}) {
+        show(frame);
+        const int64_t next = upcomingBrushId();
+        ASSERT_TRUE(brushShown());
+        press(250, 200);
+        EXPECT_EQ(framesOf(next), std::vector<int64_t>{frame});
+        EXPECT_TRUE(log.contains("[VideoCanvas] New Blur Brush id: " + std::to_string(next)));
+        EXPECT_EQ(hold().hint->blurId, next) << "and that one is recorded";
+        canvas.pause(true);
+    }
+    EXPECT_EQ(framesOf(recorded), (std::vector<int64_t>{10, 11}));
 }
 
 TEST_F(Canvas, PressOnTheBlurThatHasJustBeenRecordedContinuesIt) {
@@ -143,19 +162,22 @@ TEST_F(Canvas, PressOnTheBlurThatHasJustBeenRecordedContinuesIt) {
     EXPECT_EQ(blurtrack::entriesAt(12)[0].x, 84);
 }
 
-TEST_F(Canvas, PressOnAnotherBlurWithABrushLeftByARecordingPaints) {
+TEST_F(Canvas, HoldingOnAnotherBlurWithABrushLeftByARecordingContinuesThatOne) {
     put(11, 700, 240, 190);
-    recordedAt(100, 100);
+    const int64_t recorded = recordedAt(100, 100);
     release(250, 200);
     ASSERT_EQ(canvas.picture().hoverId, 700);
     ASSERT_TRUE(brushShown());
-    const int64_t next = upcomingBrushId();
     press(250, 200);
-    EXPECT_EQ(framesOf(next), std::vector<int64_t>{11});
+    EXPECT_EQ(blurtrack::entriesAt(11).size(), 2u);
+    EXPECT_EQ(hold().hint->blurId, 700);
+    show(12);
+    EXPECT_EQ(framesOf(700), (std::vector<int64_t>{11, 12}));
+    EXPECT_EQ(framesOf(recorded), (std::vector<int64_t>{10, 11}));
 }
 
-TEST_F(Canvas, BlurPaintedBelowThePictureIsNotPaintedOverWithItsOwnId) {
-    // The square is moved into the picture, so the release is beside it.
+TEST_F(Canvas, BlurPaintedBelowThePictureKeepsItsRectangle) {
+    // The square is moved into the picture, so the release is beside it and the brush stays.
     move(100, 240);
     press(100, 240);
     release(100, 240);
@@ -163,8 +185,8 @@ TEST_F(Canvas, BlurPaintedBelowThePictureIsNotPaintedOverWithItsOwnId) {
     ASSERT_FALSE(hovering());
     move(200, 240);
     press(200, 240);
-    ASSERT_EQ(blurtrack::entriesAt(10).size(), 2u);
-    EXPECT_NE(blurtrack::entriesAt(10)[0].id, blurtrack::entriesAt(10)[1].id);
+    ASSERT_EQ(blurtrack::entriesAt(10).size(), 1u);
+    EXPECT_EQ(blurtrack::entriesAt(10)[0].x, 84);
 }
 
 TEST_F(Canvas, NoBrushLargeEnoughPaintsNothing) {

@@ -10,6 +10,7 @@
 namespace {
 
 using testing::Contains;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -62,12 +63,124 @@ TEST_F(Canvas, HoldingWithoutPlayerDoesNothing) {
     EXPECT_FALSE(canvas.recording());
 }
 
-TEST_F(Canvas, HoldingOnAnotherPictureThanThePressedOneDoesNothing) {
+TEST_F(Canvas, HoldingRecordsFromThePictureOnThatIsShownNowUnderTheNextNumber) {
+    for (const int64_t now : {50, 3, 12, 9}) {
+        show(10);
+        const int64_t pressed = upcomingBrushId();
+        leave();
+        move(100, 100);
+        press(100, 100);
+        // A seek that was under way.
+        show(now);
+        const int64_t next = upcomingBrushId();
+        const std::size_t before = log.lines().size();
+        const CanvasEffects effects = hold();
+        EXPECT_EQ(effects.playFps, 25);
+        ASSERT_TRUE(effects.hint);
+        EXPECT_EQ(effects.hint->blurId, next);
+        std::vector<std::string> lines = log.lines();
+        lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(before));
+        EXPECT_THAT(
+            lines,
+            ElementsAre("[VideoCanvas] New Blur Brush id: " + std::to_string(next),
+                        format("[VideoCanvas] New Blur id:%lld frame: %lld", next, now) + "(84, 84, 32, 32)",
+                        format("[VideoCanvas] Begin blur while playing id:%lld frame: %lld", next, now),
+                        format("[BlurTrack] Nothing to destroy id:%lld from frame : % lld", next, now + 1),
+                        format("[VideoCanvas] Continue blur while playing id:%lld frame: %lld", next, now)));
+        show(now + 1);
+        show(now + 2);
+        release(250, 200);
+        EXPECT_EQ(framesOf(pressed), (std::vector<int64_t>{10}));
+        EXPECT_EQ(framesOf(next), (std::vector<int64_t>{now, now + 1, now + 2}));
+        blurtrack::delBlur(next, now);
+        EXPECT_THAT(framesOf(next), IsEmpty()) << "all of it is in its span";
+        blurtrack::delBlur(pressed, 10);
+    }
+}
+
+TEST_F(Canvas, HoldingOnThePictureAfterThePressedOneGoesOnWithItsNumber) {
     move(100, 100);
+    const int64_t id = upcomingBrushId() - 1;
     press(100, 100);
-    show(50);
-    EXPECT_EQ(hold().playFps, 0);
-    EXPECT_FALSE(canvas.recording());
+    show(11);
+    EXPECT_EQ(hold().hint->blurId, id);
+    show(12);
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10, 11, 12}));
+    EXPECT_EQ(blurtrack::spanOf(id)->frameCount, 3);
+    EXPECT_EQ(upcomingBrushId(), id + 1);
+}
+
+/// A blur of the frames 5 to 12, pressed on frame 10 and held on another one.
+class HeldBlur : public Canvas {
+protected:
+    CanvasEffects holdOn(int64_t frame) {
+        for (int64_t f = 5; f <= 12; ++f)
+            put(f, 700, 200, 100);
+        move(210, 110);
+        press(210, 110);
+        show(frame);
+        return hold();
+    }
+};
+
+TEST_F(HeldBlur, GoesOnFromAPictureOfItsOwn) {
+    EXPECT_EQ(holdOn(7).hint->blurId, 700);
+    show(8);
+    EXPECT_EQ(framesOf(700), (std::vector<int64_t>{5, 6, 7, 8}));
+    EXPECT_THAT(log.lines(), Not(Contains(HasSubstr("New Blur"))));
+}
+
+TEST_F(HeldBlur, GoesOnFromThePictureBehindItsLastOne) {
+    EXPECT_EQ(holdOn(13).hint->blurId, 700);
+    EXPECT_EQ(blurtrack::entriesAt(13).at(0).x, 200);
+    show(14);
+    EXPECT_EQ(framesOf(700), (std::vector<int64_t>{5, 6, 7, 8, 9, 10, 11, 12, 13, 14}));
+    EXPECT_EQ(blurtrack::spanOf(700)->frameCount, 10);
+    EXPECT_TRUE(log.contains("[VideoCanvas] New Blur id:700 frame: 13(200, 100, 40, 40)"));
+}
+
+TEST_F(HeldBlur, GoesOnUnderTheNextNumberWhereItsSpanDoesNotReach) {
+    const int64_t next = upcomingBrushId();
+    for (const int64_t frame : {14, 4}) {
+        const int64_t id = holdOn(frame).hint->blurId;
+        EXPECT_GE(id, next);
+        show(frame + 1);
+        EXPECT_EQ(framesOf(id), (std::vector<int64_t>{frame, frame + 1}));
+        EXPECT_EQ(blurtrack::entriesAt(frame).at(0).x, 200);
+        EXPECT_EQ(blurtrack::entriesAt(frame).at(0).w, 40);
+        EXPECT_EQ(framesOf(700).size(), 8u) << "the pressed one stays as it is";
+        release(220, 120);
+        leave();
+        show(10);
+    }
+}
+
+TEST_F(HeldBlur, GetsItsRectangleOnAPictureThatLostIt) {
+    holdOn(10);
+    release(220, 120);
+    ASSERT_EQ(framesOf(700), (std::vector<int64_t>{5, 6, 7, 8, 9, 10}));
+    press(220, 120);
+    show(12);
+    EXPECT_EQ(hold().hint->blurId, 700);
+    EXPECT_EQ(framesOf(700), (std::vector<int64_t>{5, 6, 7, 8, 9, 10, 12}));
+    show(13);
+    blurtrack::delBlur(700, 5);
+    EXPECT_THAT(framesOf(700), IsEmpty());
+}
+
+TEST_F(HeldBlur, ChangesItsSizeByTheWheelsStepsFromTheBrushs) {
+    holdOn(10);
+    ASSERT_EQ(canvas.picture().brushSize, 40);
+    send(CanvasMouse::Wheel, 220, 120, 1);
+    EXPECT_EQ(switches::brushSize, 48);
+    EXPECT_EQ(canvas.picture().brushSize, 48);
+    show(11);
+    EXPECT_EQ(blurtrack::entriesAt(11).at(0).w, 48);
+    EXPECT_EQ(blurtrack::entriesAt(11).at(0).x, 220 - 24);
+    send(CanvasMouse::Wheel, 220, 120, -1);
+    show(12);
+    EXPECT_EQ(blurtrack::entriesAt(12).at(0).w, 32);
+    EXPECT_EQ(framesOf(700), (std::vector<int64_t>{5, 6, 7, 8, 9, 10, 11, 12}));
 }
 
 TEST_F(Canvas, HoldingWaitsForTheLastOfTheSeeksUnderWay) {
