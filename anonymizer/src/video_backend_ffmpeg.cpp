@@ -191,8 +191,6 @@ bool Decoder_ffmpeg::decodeNext(FrameDetails* details) {
             return true;
     }
     noteError(format_->pb ? format_->pb->error : 0);
-    // Otherwise a target that never came up would swallow whatever is played next.
-    seekPending_ = false;
     return false;
 }
 

@@ -86,7 +86,8 @@ public:
     void setInterrupt(const std::atomic<bool>* flag);
 
     /// While `*flag` is true, a `next` on its way to a seek's target gives up between two packets and returns
-    /// false; any other `next` goes on. The same rules as for `setInterrupt`.
+    /// false, and a later one goes on to that target; any other `next` is not interrupted. The same rules as
+    /// for `setInterrupt`.
     void setAbandonSeek(const std::atomic<bool>* flag);
 
 private:

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <atomic>
 #include <cctype>
 #include <numeric>
 #include <random>
@@ -134,6 +135,25 @@ TEST_P(DecoderSeek, PlayGoesOnFromTheTargetToTheSameEnd) {
         const auto from = linear_.begin() + (frame - 1);
         ASSERT_EQ(played, std::vector<FrameSeen>(from, linear_.end())) << "from " << frame;
     }
+}
+
+/// Pictures on the way would carry wrong numbers, and so would the blurs painted on them.
+TEST_P(DecoderSeek, AbandonedOnItsWayStillLeadsToTheTargetOrToTheNextOne) {
+    std::atomic<bool> abandon{true};
+    decoder_.setAbandonSeek(&abandon);
+    const int middle = std::max(1, last() / 2);
+    ASSERT_TRUE(decoder_.seek(middle));
+    EXPECT_FALSE(decoder_.next());
+    EXPECT_FALSE(decoder_.seek(last() + 1)) << "there is none";
+    abandon = false;
+    ASSERT_TRUE(decoder_.next());
+    EXPECT_EQ(test::look(decoder_, image_), linear(middle));
+
+    abandon = true;
+    ASSERT_TRUE(decoder_.seek(middle));
+    EXPECT_FALSE(decoder_.next());
+    abandon = false;
+    expectExact({last(), 1, middle});
 }
 
 INSTANTIATE_TEST_SUITE_P(Clips, DecoderSeek, testing::ValuesIn(kClips),
