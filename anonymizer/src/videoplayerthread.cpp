@@ -28,8 +28,6 @@ VideoPlayerThread::VideoPlayerThread(ISafeProgress* progress, VideoPlayer::Pacin
 
 VideoPlayerThread::~VideoPlayerThread() {
     wxLogMessage("[VideoPlayerThread] destroyed");
-    // The decoder polls exitRequested, so it must not outlive it.
-    decoder_.reset();
 }
 
 void VideoPlayerThread::setDecoder(std::shared_ptr<video::Decoder> decoder) {

@@ -60,24 +60,42 @@ public:
     /// A Seek waits in the queue or is being carried out. Any thread.
     bool isSeekPending() const;
 
-    CallbackSlot<std::shared_ptr<VideoPlayer::Frame>> onFrame;
-    CallbackSlot<> onReady;
-    CallbackSlot<PlayState> onState;
-
-    /// The play loop runs.
-    std::atomic<bool> playing{false};
-    /// Ends the thread: within one frame while it works, within 200 ms while it waits for a command.
-    std::atomic<bool> exitRequested{false};
-    /// A Seek is being carried out and another one is next in the queue: the picture on its way would be
-    /// dropped.
-    std::atomic<bool> newerSeekWaits{false};
-    /// From before `Run` until after the ready callback.
-    std::atomic<bool> preprocessing{false};
-
     /// Zeros before the scan has ended. Any thread.
     video::VideoInfo info() const;
     /// What the query told; false before the scan has ended. Any thread.
     bool isUneven() const;
+
+    // In this order: what is declared last goes first, the callbacks last of all.
+    CallbackSlot<std::shared_ptr<VideoPlayer::Frame>> onFrame;
+    CallbackSlot<> onReady;
+    CallbackSlot<PlayState> onState;
+
+private:
+    /// The last one sent. The playback thread's alone once it runs, like the reporter and the decoder.
+    PlayState state_ = Stopped;
+
+public:
+    /// The play loop runs.
+    std::atomic<bool> playing{false};
+
+private:
+    ISafeProgress* progress_;
+    /// Polls `exitRequested` and `newerSeekWaits` until `Entry` has closed it.
+    std::shared_ptr<video::Decoder> decoder_;
+    mutable std::mutex queueMutex_;
+    /// Guarded by queueMutex_.
+    std::deque<playercommand::Command> queue_;
+    /// Posted once per command. The count may run ahead of the queue, never behind it.
+    wxSemaphore queueSignal_;
+
+public:
+    /// Ends the thread: within one frame while it works, within 200 ms while it waits for a command.
+    std::atomic<bool> exitRequested{false};
+    /// From before `Run` until after the ready callback.
+    std::atomic<bool> preprocessing{false};
+    /// A Seek is being carried out and another one is next in the queue: the picture on its way would be
+    /// dropped.
+    std::atomic<bool> newerSeekWaits{false};
 
 protected:
     ExitCode Entry() override;
@@ -106,25 +124,18 @@ private:
     void setState(PlayState state);
 
     // The playback thread alone, once it runs.
-    PlayState state_ = Stopped;
-    ISafeProgress* progress_;
     VideoPlayer::Pacing pacing_;
-    std::shared_ptr<video::Decoder> decoder_;
     std::function<bool()> unevenQuery_;
     int32_t width_ = 0;
     int32_t height_ = 0;
 
-    mutable std::mutex queueMutex_;
     // Guarded by queueMutex_.
-    std::deque<playercommand::Command> queue_;
     /// The decoder is on its way to a Seek's frame.
     bool seeking_ = false;
     /// From the moment a Seek is taken from the queue until its frame has been handed over.
     bool servingSeek_ = false;
     /// Goes with queueMutex_: a command has been posted, or the thread is to end.
     std::condition_variable periodCut_;
-    /// Posted once per command. The count may run ahead of the queue, never behind it.
-    wxSemaphore queueSignal_;
 
     mutable std::mutex infoMutex_;
     // Guarded by infoMutex_.

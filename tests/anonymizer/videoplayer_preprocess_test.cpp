@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/player_fixture.h"
+#include "videoplayerthread.h"
 
 namespace {
 
@@ -199,6 +200,24 @@ TEST_F(VideoPlayerPreProcess, AnUnusedPlayerEndsAtOnce) {
     player->end();
     EXPECT_TRUE(log.contains("[VideoPlayerThread] destroyed"));
     EXPECT_FALSE(player->canOpen());
+}
+
+TEST_F(VideoPlayerPreProcess, TheThreadLetsGoOfTheDecoderBeforeItsCallbacks) {
+    std::vector<std::string> gone;
+    // Noted when the last holder lets go.
+    const auto noting = [&gone](const char* name) {
+        return std::shared_ptr<void>(nullptr, [&gone, name](void*) { gone.emplace_back(name); });
+    };
+    {
+        VideoPlayerThread thread(&progress, {});
+        thread.setDecoder(
+            std::shared_ptr<video::Decoder>(decoder.get(), [held = noting("decoder")](void*) {}));
+        thread.onFrame.set([held = noting("onFrame")](std::shared_ptr<VideoPlayer::Frame>) {});
+        thread.onReady.set([held = noting("onReady")] {});
+        thread.onState.set([held = noting("onState")](PlayState) {});
+    }
+    EXPECT_EQ(gone, (std::vector<std::string>{"decoder", "onState", "onReady", "onFrame"}));
+    EXPECT_EQ(log.lines().back(), "[VideoPlayerThread] destroyed");
 }
 
 } // namespace
