@@ -14,6 +14,10 @@ Mapping::Mapping(Size window, Size frame) : frame_(frame) {
     const auto frameHeight = static_cast<float>(frame.height);
     scale_ = std::min(areaWidth / frameWidth, areaHeight / frameHeight);
     origin_ = {areaWidth / 2 - frameWidth / 2 * scale_, areaHeight / 2 - frameHeight / 2 * scale_};
+    // Half a pixel off, the middles of the window's pixels would lie on the edges of the video's, and
+    // rounding would decide which of two each of them shows.
+    if (scale_ == std::floor(scale_))
+        origin_ = {std::floor(origin_.x), std::floor(origin_.y)};
 }
 
 PointF Mapping::toVideo(PointF window) const {

@@ -28,7 +28,8 @@ struct Rect {
     bool empty() const { return w < 1 || h < 1; }
 };
 
-/// The picture fitted whole into the video area (the window without the control bar), centre on centre.
+/// The picture fitted whole into the video area (the window without the control bar), centre on centre; at a
+/// whole scale on whole window pixels, half a pixel beside the centre if need be.
 class Mapping {
 public:
     /// Maps nothing.

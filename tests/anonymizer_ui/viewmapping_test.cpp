@@ -1,5 +1,7 @@
 #include "viewmapping.h"
 
+#include <cmath>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -28,6 +30,20 @@ TEST(ViewMapping, PictureOfTheAreasSizeIsShownPixelForPixel) {
         EXPECT_EQ(mapping.videoPixel({x, 11}).x, x);
         EXPECT_EQ(mapping.videoPixel({x, 11}).y, 11);
     }
+}
+
+TEST(ViewMapping, PictureAtAWholeScaleStandsOnWholePixels) {
+    for (const int scale : {1, 2, 3}) {
+        const Mapping wide({643, 180 * scale + 32}, {180, 180});
+        EXPECT_FLOAT_EQ(wide.scale(), static_cast<float>(scale));
+        EXPECT_EQ(wide.origin().x, std::floor((643 - 180 * scale) / 2.0f));
+        EXPECT_EQ(wide.origin().y, 0);
+        const Mapping high({180 * scale, 643 + 32}, {180, 180});
+        EXPECT_EQ(high.origin().x, 0);
+        EXPECT_EQ(high.origin().y, std::floor((643 - 180 * scale) / 2.0f));
+    }
+    const Mapping between({643, 270 + 32}, {180, 180});
+    EXPECT_FLOAT_EQ(between.origin().x, 186.5f);
 }
 
 TEST(ViewMapping, BothDirectionsUndoEachOther) {
