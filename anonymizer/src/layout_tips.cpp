@@ -9,10 +9,16 @@ namespace ui2 {
 
 Tips::Tips(wxWindow* canvas) : canvas_(canvas), timer_(this) {
     Bind(wxEVT_TIMER, &Tips::onTimer, this);
+    Register();
 }
 
 Tips::~Tips() {
     close();
+}
+
+int Tips::Enter(wxDialog*) {
+    close();
+    return wxID_NONE;
 }
 
 void Tips::update(const std::optional<Tip>& wanted) {
@@ -38,7 +44,8 @@ void Tips::close() {
 }
 
 void Tips::onTimer(wxTimerEvent&) {
-    if (!wanted_ || !canvas_->IsShownOnScreen())
+    // A progress dialog disables the window of the canvas.
+    if (!wanted_ || !canvas_->IsShownOnScreen() || !canvas_->IsEnabled())
         return;
     // The window sets the pointer to null when it closes, whoever closes it, and destroys itself a little
     // later.

@@ -3,6 +3,7 @@
 #include <optional>
 
 #include <wx/event.h>
+#include <wx/modalhook.h>
 #include <wx/timer.h>
 
 #include "layout.h"
@@ -12,9 +13,9 @@ class wxTipWindow;
 namespace ui2 {
 
 /// Opens the tool tip of the element that the mouse rests on, in a native tip window, which closes when the
-/// mouse leaves the element, when another one opens, or when the system closes it, as it does on a click.
-/// One object for all lists of a canvas. User-interface thread, never with a lock held.
-class Tips : public wxEvtHandler {
+/// mouse leaves the element, when another one opens, when a dialog comes up, or when the system closes it, as
+/// it does on a click. One object for all lists of a canvas. User-interface thread, never with a lock held.
+class Tips : public wxEvtHandler, private wxModalDialogHook {
 public:
     /// How long the mouse rests before a tip opens.
     static constexpr int kDelayMilliseconds = 600;
@@ -34,6 +35,8 @@ public:
     bool isOpen() const { return window_ != nullptr; }
 
 private:
+    /// No tip opens over a dialog, whose mouse it would take.
+    int Enter(wxDialog* dialog) override;
     void onTimer(wxTimerEvent& event);
     /// Where the element lies whose tip is wanted, screen coordinates.
     wxRect placeOnScreen() const;

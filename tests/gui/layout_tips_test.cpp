@@ -1,14 +1,17 @@
 #include "layout_tips.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <wx/dialog.h>
 #include <wx/frame.h>
 #include <wx/panel.h>
 #include <wx/tipwin.h>
 #include <wx/uiaction.h>
+#include <wx/utils.h>
 
 #include "gui/gui_support.h"
 
@@ -59,6 +62,17 @@ protected:
         timer.Bind(wxEVT_TIMER, [&](wxTimerEvent&) { over = true; });
         timer.StartOnce(milliseconds);
         ASSERT_TRUE(test::runUntil([&] { return over; }));
+    }
+    /// Long enough for a tip to open; `look` is called before it goes.
+    void showDialog(const std::function<void()>& look) {
+        wxDialog dialog(frame_, wxID_ANY, "dialog");
+        wxTimer timer;
+        timer.Bind(wxEVT_TIMER, [&](wxTimerEvent&) {
+            look();
+            dialog.EndModal(wxID_OK);
+        });
+        timer.StartOnce(ui2::Tips::kDelayMilliseconds + 200);
+        dialog.ShowModal();
     }
     bool openTip() {
         moveTo(60, 40);
@@ -129,6 +143,25 @@ TEST_F(LayoutTips, AnotherTipClosesTheOpenOneAndTheSameKeepsIt) {
     tips_->update(ui2::Tip{"Play", {64, 32, 40, 30}});
     EXPECT_FALSE(tips_->isOpen());
     EXPECT_EQ(tipWindow(), nullptr);
+}
+
+TEST_F(LayoutTips, NoneOpensOverADialogThatCameBeforeIt) {
+    tips_->update(tip_);
+    showDialog([this] { EXPECT_FALSE(tips_->isOpen()); });
+    EXPECT_FALSE(tips_->isOpen());
+    ASSERT_TRUE(openTip()) << "and opens again";
+}
+
+TEST_F(LayoutTips, ADialogClosesTheOpenOne) {
+    ASSERT_TRUE(openTip());
+    showDialog([this] { EXPECT_EQ(tipWindow(), nullptr); });
+}
+
+TEST_F(LayoutTips, NoneOpensOverAWindowThatIsDisabled) {
+    tips_->update(tip_);
+    const wxWindowDisabler progressDialog;
+    wait(ui2::Tips::kDelayMilliseconds + 200);
+    EXPECT_FALSE(tips_->isOpen());
 }
 
 TEST_F(LayoutTips, NothingOpensAfterTheWishIsGone) {
