@@ -101,6 +101,9 @@ bool CanvasPainter::tryToLoad(const CanvasPicture& picture) {
     try {
         lastShown_ = loadPicture(picture);
         refused_ = lastShown_ ? view::Size{} : view::Size{image.width, image.height};
+        if (!lastShown_)
+            wxLogError("[VideoCanvas] The graphics driver refuses a texture of %d x %d", image.width,
+                       image.height);
         memoryShort_ = false;
     } catch (const std::bad_alloc&) {
         if (!std::exchange(memoryShort_, true))

@@ -14,7 +14,9 @@
 #include <gtest/gtest.h>
 
 #include "blurprocessors.h"
+#include "canvascontrols.h"
 #include "pxl/material.h"
+#include "support/log_capture.h"
 #include "switches.h"
 
 namespace {
@@ -543,13 +545,16 @@ TEST_F(Painter, RefusedTexturesAreReportedAndSurvived) {
     EXPECT_EQ(quads.size(), 1u);
 }
 
-TEST_F(Painter, RefusedSizeIsAskedForOnce) {
+TEST_F(Painter, RefusedSizeIsAskedForAndLoggedOnce) {
+    const test::LogCapture log;
     card.refuseTextures = true;
     for (int64_t index = 1; index <= 5; ++index) {
         picture.frame = frame(index);
         EXPECT_FALSE(paint().pictureShown);
     }
     EXPECT_EQ(card.texturesAskedFor, 2) << "frame and mosaic";
+    EXPECT_EQ(log.lines(wxLOG_Error),
+              std::vector<std::string>{"[VideoCanvas] The graphics driver refuses a texture of 320 x 240"});
     // Another video, perhaps on another screen.
     card.refuseTextures = false;
     painter->forgetPicture();
@@ -601,6 +606,7 @@ TEST_F(Painter, FrameDeliveredDuringAPaintWaitsForTheNextOne) {
 TEST_F(Painter, HoldsNoLockWhileItDraws) {
     CanvasInteraction canvas;
     canvas.deliver(picture.frame);
+    CanvasControls controls({});
     int looks = 0;
     // Another thread could wait for it; this one could take a lock it holds already.
     const auto expectFree = [&](const char* when) {
@@ -609,6 +615,7 @@ TEST_F(Painter, HoldsNoLockWhileItDraws) {
             const std::unique_lock<std::mutex> store(blurtrack::store().mutex, std::try_to_lock);
             EXPECT_TRUE(store.owns_lock()) << when;
             canvas.picture();
+            controls.clearHover();
         }).join();
     };
     blurtrack::addBlur(1, {10, 20, 40, 30}, 100, 7);

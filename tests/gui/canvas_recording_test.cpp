@@ -288,6 +288,8 @@ TEST_F(CanvasRecording, AVideoThatTheDriverCannotShowIsToldOnce) {
     record();
     release();
     EXPECT_EQ(dialogs_.boxes.size(), 1u) << "the next video is shown";
+    EXPECT_THAT(log_.lines(wxLOG_Error),
+                ElementsAre("[VideoCanvas] The graphics driver refuses a texture of 16400 x 16"));
     openReady("wide_16400x16.mov");
     EXPECT_TRUE(test::runUntil([this] { return dialogs_.boxes.size() == 2; }))
         << "and the other one told anew";
