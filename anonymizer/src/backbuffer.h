@@ -11,6 +11,8 @@ class Backbuffer : public pxl::RenderTarget {
 public:
     explicit Backbuffer(pxl::Size size);
 
+    /// Width in the high half, height in the low half.
+    uint64_t packed() const { return packed_; }
     void resize(pxl::Size size);
 
     int32_t width() const override { return size().width; }
@@ -21,6 +23,5 @@ public:
     std::shared_ptr<pxl::Texture> texture() const override;
 
 private:
-    /// Width in the high half, height in the low half.
     std::atomic<uint64_t> packed_;
 };

@@ -13,29 +13,38 @@
 
 namespace {
 
-wxGLContextAttrs contextAttributes() {
+/// With `debug` the driver tells what it finds wrong; not every driver has such contexts.
+std::unique_ptr<wxGLContext> makeContext(wxGLCanvas& window, bool debug) {
     wxGLContextAttrs attributes;
-    attributes.PlatformDefaults().CoreProfile().OGLVersion(3, 3).EndList();
-    return attributes;
+    attributes.PlatformDefaults().CoreProfile().OGLVersion(3, 3);
+    if (debug)
+        attributes.DebugCtx();
+    attributes.EndList();
+    return std::make_unique<wxGLContext>(&window, nullptr, &attributes);
 }
 
 } // namespace
 
-CanvasGraphics::CanvasGraphics(wxGLCanvas& window)
-    : window_(window), backbuffer_(std::make_shared<Backbuffer>(pxl::Size{})) {
-    const wxGLContextAttrs attributes = contextAttributes();
-    context_ = std::make_unique<wxGLContext>(&window, nullptr, &attributes);
+CanvasGraphics::CanvasGraphics(wxGLCanvas& window) : window_(window) {
+    context_ = makeContext(window, true);
+    if (!context_->IsOK())
+        context_ = makeContext(window, false);
+    backbuffer_ = std::make_unique<Backbuffer>(physicalSize());
     pxl::setCurrentRenderTarget(backbuffer_);
 }
 
 CanvasGraphics::~CanvasGraphics() = default;
 
 view::Size CanvasGraphics::fitToWindow() {
+    backbuffer_->resize(physicalSize());
+    const wxSize size = window_.GetClientSize();
+    return {size.GetWidth(), size.GetHeight()};
+}
+
+pxl::Size CanvasGraphics::physicalSize() const {
     const wxSize size = window_.GetClientSize();
     const double scale = window_.GetContentScaleFactor();
-    backbuffer_->resize(
-        {static_cast<int32_t>(size.GetWidth() * scale), static_cast<int32_t>(size.GetHeight() * scale)});
-    return {size.GetWidth(), size.GetHeight()};
+    return {static_cast<int32_t>(size.GetWidth() * scale), static_cast<int32_t>(size.GetHeight() * scale)};
 }
 
 bool CanvasGraphics::paint(const CanvasPicture& picture, view::Size size,
@@ -89,4 +98,6 @@ void CanvasGraphics::release(const std::function<void()>& releaseOthers) {
     if (current)
         pxl::stopGraphics();
     pxl::setCurrentRenderTarget(nullptr);
+    context_.reset();
+    backbuffer_.reset();
 }

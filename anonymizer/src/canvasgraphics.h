@@ -35,11 +35,12 @@ public:
     /// Another video, or none.
     void forgetPicture();
 
-    /// Lets go of all graphics objects while the window still exists; `releaseOthers` of those that it does
-    /// not know. Nothing is painted any more.
+    /// Lets go of all graphics objects, the context and the back buffer while the window still exists;
+    /// `releaseOthers` of those that it does not know. Nothing is painted or fitted any more.
     void release(const std::function<void()>& releaseOthers);
 
 private:
+    pxl::Size physicalSize() const;
     bool start();
     void tell(const wxString& text);
 

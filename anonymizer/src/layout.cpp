@@ -249,7 +249,7 @@ bool Layout::pressIsHeld() const {
 MouseResult Layout::mouse(const MouseInput& input) {
     using Action = MouseInput::Action;
     MouseResult result;
-    if (!visible_)
+    if (!visible_ || input.action == Action::Wheel)
         return result;
     if (input.action == Action::Leave) {
         // A drag goes on outside the window until the button is released.
@@ -276,6 +276,7 @@ MouseResult Layout::mouse(const MouseInput& input) {
         hover(over);
         break;
     case Action::Leave:
+    case Action::Wheel:
         break;
     }
     return result;

@@ -44,7 +44,8 @@ struct SliderValue {
 
 /// What the mouse did, in the window's logical pixels.
 struct MouseInput {
-    enum class Action { Motion, LeftDown, LeftUp, Leave };
+    /// The wheel is nothing to the elements.
+    enum class Action { Motion, LeftDown, LeftUp, Leave, Wheel };
     Action action = Action::Motion;
     int32_t x = 0;
     int32_t y = 0;

@@ -125,7 +125,7 @@ void MainFrame::readyVideo() {
         const std::lock_guard<std::mutex> lock(store.mutex);
         blurtrack::initFrames(info.frameCount);
     }
-    switches::brushSize = std::min(info.width, info.height) / 10;
+    switches::brushSize.exchange(std::min(info.width, info.height) / 10);
     canvas_->set(player_.get());
     enableEditing(true);
     aiItem_->Enable(ai::available());

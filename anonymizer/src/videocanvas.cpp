@@ -1,5 +1,6 @@
 #include "videocanvas.h"
 
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -45,12 +46,14 @@ public:
     void pause();
     void settle() { carryOut(interaction_.settle(), *this); }
 
+    void setAiAvailable(bool available) { controls_->setAiAvailable(available); }
+
     std::function<void()> aiRequest;
-    CanvasControls controls;
 
 private:
     void bindEvents();
     void unbindEvents();
+    void makeControls();
     void onMouse(wxMouseEvent& event);
     void onSize(wxSizeEvent& event);
     void onPaint(wxPaintEvent& event);
@@ -64,7 +67,7 @@ private:
 
     void stopHoldTimer() override { holdTimer_.Stop(); }
     void startHoldTimer() override { holdTimer_.StartOnce(CanvasEffects::kHoldMilliseconds); }
-    void clearLayoutHover() override { controls.clearHover(); }
+    void clearLayoutHover() override { controls_->clearHover(); }
     void play(int fps) override;
     void tellHint(const CanvasEffects::Hint& hint) override { showOnHintLine(hint); }
     void stop() override;
@@ -78,6 +81,8 @@ private:
     VideoCanvas2& window_;
     CanvasGraphics graphics_;
     CanvasInteraction interaction_;
+    /// From the end of the construction on.
+    std::optional<CanvasControls> controls_;
     ui2::Tips tips_;
     wxTimer holdTimer_;
     wxTimer retryTimer_;
@@ -89,22 +94,28 @@ private:
 };
 
 VideoCanvas2::Impl::Impl(VideoCanvas2& window)
-    : controls({[this](int32_t value) { seek(int64_t{value} + 1); },
-                [this](bool on) {
-                    if (on)
-                        play(playbackFps(switches::playbackSpeed, videoFps_));
-                    else
-                        stop();
-                },
-                [this] {
-                    if (aiRequest)
-                        aiRequest();
-                },
-                [this] { carryOut(interaction_.deleteHovered(), *this); }}),
-      window_(window), graphics_(window), tips_(&window), holdTimer_(&window, kHoldTimerId),
+    : window_(window), graphics_(window), tips_(&window), holdTimer_(&window, kHoldTimerId),
       retryTimer_(&window, kRetryTimerId) {
-    fitToWindow();
     bindEvents();
+    makeControls();
+    fitToWindow();
+}
+
+void VideoCanvas2::Impl::makeControls() {
+    CanvasControls::Callbacks callbacks;
+    callbacks.onTimeline = [this](int32_t value) { seek(int64_t{value} + 1); };
+    callbacks.onPlay = [this](bool on) {
+        if (on)
+            play(playbackFps(switches::playbackSpeed, videoFps_));
+        else
+            stop();
+    };
+    callbacks.onAi = [this] {
+        if (aiRequest)
+            aiRequest();
+    };
+    callbacks.onDeleteBlur = [this] { carryOut(interaction_.deleteHovered(), *this); };
+    controls_.emplace(std::move(callbacks));
 }
 
 VideoCanvas2::Impl::~Impl() {
@@ -143,7 +154,7 @@ void VideoCanvas2::Impl::set(VideoPlayer* player) {
     tips_.close();
     const video::VideoInfo info = player ? player->info() : video::VideoInfo();
     videoFps_ = info.fps;
-    controls.setVideo(player != nullptr, info.frameCount);
+    controls_->setVideo(player != nullptr, info.frameCount);
     carryOut(interaction_.reset(), *this);
     graphics_.forgetPicture();
     if (!player)
@@ -151,12 +162,12 @@ void VideoCanvas2::Impl::set(VideoPlayer* player) {
     // Keys reach the application's filter only while one of its windows has the focus.
     window_.SetFocus();
     player->setOnFrame([this](std::shared_ptr<VideoPlayer::Frame> frame) {
-        controls.showFrame(frame->index);
+        controls_->showFrame(frame->index);
         interaction_.deliver(std::move(frame));
         queuedRefresh_.request();
     });
     player->setOnState([this](PlayState state) {
-        controls.showPlayState(state);
+        controls_->showPlayState(state);
         interaction_.setPlayState(state);
         queuedSettle_.request();
     });
@@ -199,6 +210,7 @@ void VideoCanvas2::Impl::onMouse(wxMouseEvent& event) {
     if (type == wxEVT_MOUSEWHEEL) {
         mouse.kind = CanvasMouse::Wheel;
         mouse.wheelRotation = event.GetWheelRotation();
+        input.action = ui2::MouseInput::Action::Wheel;
     } else if (type == wxEVT_LEFT_DOWN || type == wxEVT_LEFT_DCLICK) {
         mouse.kind = CanvasMouse::LeftDown;
         input.action = ui2::MouseInput::Action::LeftDown;
@@ -212,15 +224,13 @@ void VideoCanvas2::Impl::onMouse(wxMouseEvent& event) {
         mouse.kind = CanvasMouse::Enter;
     }
 
-    if (mouse.kind != CanvasMouse::Wheel) {
-        const CanvasControls::MouseOutcome outcome = controls.mouse(input);
-        mouse.onControls = outcome.consumed;
-        tips_.update(outcome.tip);
-        for (const auto& call : outcome.calls)
-            call();
-        if (outcome.changed)
-            refresh();
-    }
+    const CanvasControls::MouseOutcome outcome = controls_->mouse(input);
+    mouse.onControls = outcome.consumed;
+    tips_.update(outcome.tip);
+    for (const auto& call : outcome.calls)
+        call();
+    if (outcome.changed)
+        refresh();
     carryOut(interaction_.figureOutState(mouse, player_ && player_->isPlaying()), *this);
 }
 
@@ -242,7 +252,7 @@ void VideoCanvas2::Impl::onSize(wxSizeEvent& event) {
 view::Size VideoCanvas2::Impl::fitToWindow() {
     const view::Size size = graphics_.fitToWindow();
     interaction_.resize(size);
-    controls.place(size);
+    controls_->place(size);
     return size;
 }
 
@@ -250,7 +260,8 @@ void VideoCanvas2::Impl::onPaint(wxPaintEvent&) {
     const wxPaintDC dc(&window_);
     // The scale factor changes without a size event when the window moves to another screen.
     const view::Size size = fitToWindow();
-    if (graphics_.paint(interaction_.picture(), size, [&](pxl::Batch& batch) { controls.draw(batch, size); }))
+    if (graphics_.paint(interaction_.picture(), size,
+                        [&](pxl::Batch& batch) { controls_->draw(batch, size); }))
         retryTimer_.StartOnce(kRetryMilliseconds);
 }
 
@@ -272,7 +283,7 @@ void VideoCanvas2::Impl::release() {
     retryTimer_.Stop();
     tips_.close();
     unbindEvents();
-    graphics_.release([this] { controls.releaseTextures(); });
+    graphics_.release([this] { controls_->releaseTextures(); });
 }
 
 VideoCanvas2::VideoCanvas2(wxWindow* parent, wxWindowID id, const wxPoint& pos, const wxSize& size)
@@ -301,7 +312,7 @@ void VideoCanvas2::setAiRequest(std::function<void()> request) {
 }
 
 void VideoCanvas2::setAiAvailable(bool available) {
-    impl_->controls.setAiAvailable(available);
+    impl_->setAiAvailable(available);
     Refresh(false);
 }
 

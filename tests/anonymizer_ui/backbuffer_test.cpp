@@ -21,6 +21,13 @@ TEST(Backbuffer, GivesBackTheSizeItWasGiven) {
     }
 }
 
+TEST(Backbuffer, HoldsTheWidthInTheHighHalf) {
+    Backbuffer buffer({0x123, 0x456});
+    EXPECT_EQ(buffer.packed(), 0x0000012300000456u);
+    buffer.resize({1, -1});
+    EXPECT_EQ(buffer.packed(), 0x00000001FFFFFFFFu);
+}
+
 TEST(Backbuffer, HasNoTexture) {
     EXPECT_EQ(Backbuffer({1, 1}).texture(), nullptr);
 }

@@ -114,6 +114,20 @@ TEST_F(LayoutButtons, LeavingTheWindowClearsHoverAndPress) {
     EXPECT_TRUE(log_.empty());
 }
 
+TEST_F(LayoutButtons, WheelIsNothingToTheElements) {
+    move(5, 5);
+    press(5, 5);
+    for (const bool held : {true, false}) {
+        const MouseResult result = send(Action::Wheel, 150, 16, held);
+        EXPECT_FALSE(result.consumed);
+        EXPECT_FALSE(result.changed);
+    }
+    EXPECT_TRUE(layout_.isHovered(button_));
+    EXPECT_TRUE(layout_.isPressed(button_));
+    release(5, 5);
+    EXPECT_EQ(log_, Lines{"click 0"});
+}
+
 TEST_F(LayoutButtons, ClearHoverForgetsMarksButNotADrag) {
     press(5, 5);
     layout_.clearHover();

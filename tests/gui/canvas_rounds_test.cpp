@@ -4,12 +4,15 @@
 #include <memory>
 #include <vector>
 
+#include <epoxy/gl.h>
+
 #include <gmock/gmock.h>
 #include <wx/frame.h>
 #include <wx/weakref.h>
 
 #include "canvas_hand.h"
 #include "mainframe_fixture.h"
+#include "support/no_progress.h"
 #include "videocanvas.h"
 #include "videoplayer.h"
 
@@ -76,13 +79,6 @@ protected:
 
 class CanvasRounds : public testing::TestWithParam<Doing> {};
 
-class NoProgress : public ISafeProgress {
-public:
-    void start(const wxString&, const wxString&, int32_t) override {}
-    void update(int32_t, const wxString&) override {}
-    void finish() override {}
-};
-
 } // namespace
 
 TEST_P(MainFrameRounds, AnotherVideoIsOpened) {
@@ -117,7 +113,7 @@ TEST_P(CanvasRounds, TheCanvasIsDestroyed) {
             blurtrack::clear();
             blurtrack::initFrames(1000);
         }
-        NoProgress progress;
+        test::NoProgress progress;
         wxString error;
         auto* window = new wxFrame(nullptr, wxID_ANY, "canvas", wxDefaultPosition, wxSize(500, 400));
         auto* canvas = new VideoCanvas2(window, wxID_ANY, wxDefaultPosition, wxDefaultSize);
@@ -146,6 +142,29 @@ TEST_P(CanvasRounds, TheCanvasIsDestroyed) {
 }
 
 INSTANTIATE_TEST_SUITE_P(During, CanvasRounds, testing::ValuesIn(kDoings), nameOf);
+
+TEST(CanvasWindow, AsksTheDriverForAContextThatTellsItsErrors) {
+    const test::LogCapture log;
+    auto* window = new wxFrame(nullptr, wxID_ANY, "canvas", wxDefaultPosition, wxSize(500, 400));
+    auto* canvas = new VideoCanvas2(window, wxID_ANY, wxDefaultPosition, wxDefaultSize);
+    const auto painted = std::make_shared<bool>(false);
+    canvas->Bind(wxEVT_PAINT, [painted](wxPaintEvent& event) {
+        *painted = true;
+        event.Skip();
+    });
+    window->Show();
+    ASSERT_TRUE(test::runUntil([&] { return *painted; }));
+    // The canvas leaves its context current.
+    GLint flags = 0;
+    GLint profile = 0;
+    glGetIntegerv(GL_CONTEXT_FLAGS, &flags);
+    glGetIntegerv(GL_CONTEXT_PROFILE_MASK, &profile);
+    EXPECT_TRUE(flags & GL_CONTEXT_FLAG_DEBUG_BIT);
+    EXPECT_TRUE(profile & GL_CONTEXT_CORE_PROFILE_BIT);
+    EXPECT_GE(epoxy_gl_version(), 33);
+    window->Destroy();
+    test::runPending();
+}
 
 TEST(CanvasWindow, TwoOfThemDrawSideBySide) {
     const test::LogCapture log;

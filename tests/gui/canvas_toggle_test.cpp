@@ -10,25 +10,15 @@
 #include "gui_support.h"
 #include "support/event_list.h"
 #include "support/log_capture.h"
+#include "support/no_progress.h"
 #include "support/scripted_decoder.h"
 #include "switches.h"
 #include "videocanvas.h"
 #include "videoplayer.h"
 
-namespace {
-
-class NoProgress : public ISafeProgress {
-public:
-    void start(const wxString&, const wxString&, int32_t) override {}
-    void update(int32_t, const wxString&) override {}
-    void finish() override {}
-};
-
-} // namespace
-
 TEST(CanvasToggle, PlaysAtTheFactorTimesTheVideosRateCutOffAfterwards) {
     const test::LogCapture log;
-    NoProgress progress;
+    test::NoProgress progress;
     test::EventList events;
     // The playback thread's while the player lives.
     std::vector<int64_t> periods;

@@ -1,10 +1,14 @@
 #include "gl_test.h"
 
+#include "anonymizer/src/backbuffer.h"
 #include "pxl/batch_geometry.h"
+#include "pxl/gl_rendertarget.h"
 #include "pxl/material.h"
+#include "support/gl_context.h"
 
 using pxl::Color;
 using test::readPixel;
+using test::windowSide;
 
 namespace {
 
@@ -107,12 +111,16 @@ TEST_F(GlDrawTest, ColourMaskProtectsChannels) {
     EXPECT_EQ(at(4, 4), (Color{9, 9, 9, 9}));
 }
 
-TEST_F(GlDrawTest, ClearingSetsDepthAndStencilToZeroWhateverWasClippedBefore) {
+TEST_F(GlDrawTest, ClearingTheWindowSetsDepthAndStencilToZeroWhateverWasClippedBefore) {
+    glBindFramebuffer(GL_FRAMEBUFFER, dynamic_cast<const pxl::GLRenderTarget&>(*target).framebuffer());
     glClearDepth(1);
     glClearStencil(5);
     glEnable(GL_SCISSOR_TEST);
     glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE);
-    pxl::clearWindow({51, 102, 153, 204});
+    Backbuffer({windowSide, windowSide}).clear({51, 102, 153, 204});
+    GLint framebuffer = -1;
+    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &framebuffer);
+    EXPECT_EQ(framebuffer, 0);
     GLfloat depth = -1;
     GLint stencil = -1;
     GLfloat color[4] = {};
@@ -232,7 +240,7 @@ TEST_F(GlDrawTest, SamplerSettingsDecideBetweenNearestAndLinear) {
 }
 
 TEST_F(GlDrawTest, WindowTargetIsTheDefaultFramebuffer) {
-    test::Window window;
+    Backbuffer window({windowSide, windowSide});
     window.clear({32, 32, 32, 255});
     target->clear(black);
     material->setMatrix("u_matrix", test::Projection(64, 64).values);

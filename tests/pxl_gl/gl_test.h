@@ -28,16 +28,6 @@ protected:
     }
 };
 
-/// The buffer that stands for the window, as a canvas would implement it.
-class Window : public pxl::RenderTarget {
-public:
-    int32_t width() const override { return size().width; }
-    int32_t height() const override { return size().height; }
-    pxl::Size size() const override;
-    void clear(pxl::Color color) override { pxl::clearWindow(color); }
-    std::shared_ptr<pxl::Texture> texture() const override { return nullptr; }
-};
-
 /// Pixel of the bound framebuffer, counted from its bottom left corner.
 inline pxl::Color readPixel(int x, int yFromBottom) {
     pxl::Color color;

@@ -7,10 +7,6 @@
 
 std::string test::noContextReason;
 
-pxl::Size test::Window::size() const {
-    return {windowSide, windowSide};
-}
-
 namespace {
 
 /// The loader looks an entry point up at its first call and puts it in its own place. Tests that replace one
@@ -30,6 +26,9 @@ void lookUpReplacedEntryPoints() {
     glBindBuffer(GL_ARRAY_BUFFER, 0);
     glDeleteVertexArrays(1, &vertexArray);
     glDeleteBuffers(1, &buffer);
+    const GLuint shader = glCreateShader(GL_VERTEX_SHADER);
+    glGetShaderInfoLog(shader, 0, nullptr, nullptr);
+    glDeleteShader(shader);
     glGetError();
 }
 
