@@ -37,7 +37,7 @@ bool flippingEnabled() {
 
 Batch::Batch() : Batch(nullptr, nullptr) {
     if (auto shader = createShader())
-        material_ = std::make_shared<Material>(std::move(shader));
+        material_ = std::make_unique<Material>(std::move(shader));
     mesh_ = createMesh();
 }
 

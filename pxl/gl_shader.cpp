@@ -9,12 +9,12 @@ namespace pxl {
 
 namespace {
 
-/// A non-empty log is a failure whatever the status says. The driver's words are logged before the failure.
+/// A non-empty log is a failure whatever the status says. The driver's words are logged after it.
 bool failed(std::string_view infoLog, const char* failure) {
     if (infoLog.empty())
         return false;
-    log::message(std::string(infoLog));
     log::error(failure);
+    log::message(std::string(infoLog));
     return true;
 }
 

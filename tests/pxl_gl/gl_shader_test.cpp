@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 
+#include <utility>
+
 using pxl::Uniform;
 using pxl::UniformKind;
 using testing::ElementsAre;
@@ -122,25 +124,79 @@ TEST_F(GlShaderTest, ShadersThatDoNotFitFailToLink) {
 
 TEST_F(GlShaderTest, AWarningInTheCompilationLogFails) {
     const std::string warned = "#version 330\n#extension GL_XYZ_unheard_of : warn\n";
-    const std::string body = "layout(location=0) in vec2 a_position;\nvoid main(void)\n{\n"
-                             "\tgl_Position = vec4(a_position, 0, 1);\n}";
-    const GLuint probe = glCreateShader(GL_VERTEX_SHADER);
-    const std::string source = warned + body;
-    const char* text = source.c_str();
-    glShaderSource(probe, 1, &text, nullptr);
-    glCompileShader(probe);
-    GLint compiled = GL_FALSE;
-    GLint logLength = 0;
-    glGetShaderiv(probe, GL_COMPILE_STATUS, &compiled);
-    glGetShaderiv(probe, GL_INFO_LOG_LENGTH, &logLength);
-    glDeleteShader(probe);
-    if (compiled != GL_TRUE || logLength < 2)
-        GTEST_SKIP() << "this driver does not warn of unknown extensions";
+    const std::string vertex = warned + "layout(location=0) in vec2 a_position;\nvoid main(void)\n{\n"
+                                        "\tgl_Position = vec4(a_position, 0, 1);\n}";
+    const std::string fragment = warned + "out vec4 o_color;\nvoid main(void)\n{\n\to_color = vec4(1);\n}";
+    const std::pair<GLenum, std::string> stages[] = {{GL_VERTEX_SHADER, vertex},
+                                                     {GL_FRAGMENT_SHADER, fragment}};
+    for (const auto& [stage, source] : stages) {
+        const GLuint probe = glCreateShader(stage);
+        const char* text = source.c_str();
+        glShaderSource(probe, 1, &text, nullptr);
+        glCompileShader(probe);
+        GLint compiled = GL_FALSE;
+        GLint logLength = 0;
+        glGetShaderiv(probe, GL_COMPILE_STATUS, &compiled);
+        glGetShaderiv(probe, GL_INFO_LOG_LENGTH, &logLength);
+        glDeleteShader(probe);
+        if (compiled != GL_TRUE || logLength < 2)
+            GTEST_SKIP() << "this driver does not warn of unknown extensions";
 
-    test::PxlLogCapture log;
-    EXPECT_FALSE(pxl::createShader(source, fragmentReturning("", "vec4(1)")));
-    EXPECT_THAT(log.errors(),
-                ElementsAre("[Error] Vertex shader compilation failed", "[Error] Shader creation failed"));
+        const bool isVertex = stage == GL_VERTEX_SHADER;
+        test::PxlLogCapture log;
+        EXPECT_FALSE(pxl::createShader(isVertex ? source : plainVertex,
+                                       isVertex ? fragmentReturning("", "vec4(1)") : source));
+        EXPECT_THAT(log.errors(), ElementsAre(isVertex ? "[Error] Vertex shader compilation failed"
+                                                       : "[Error] Fragment shader compilation failed",
+                                              "[Error] Shader creation failed"));
+    }
+}
+
+/// A log that the driver would write, though it is content.
+class GlShaderLog : public GlShaderTest {
+protected:
+    static inline GLenum warnedStage = 0;
+    static inline PFNGLGETSHADERINFOLOGPROC shaderLog = nullptr;
+
+    static void warn(GLsizei* length, GLchar* text) {
+        const std::string warning = "0:1: warning: unlikely";
+        *length = static_cast<GLsizei>(warning.copy(text, warning.size()));
+    }
+    static void GLAPIENTRY warnOfStage(GLuint shader, GLsizei room, GLsizei* length, GLchar* text) {
+        GLint stage = 0;
+        glGetShaderiv(shader, GL_SHADER_TYPE, &stage);
+        if (static_cast<GLenum>(stage) == warnedStage)
+            warn(length, text);
+        else
+            shaderLog(shader, room, length, text);
+    }
+    static void GLAPIENTRY warnOfProgram(GLuint, GLsizei, GLsizei* length, GLchar* text) {
+        warn(length, text);
+    }
+};
+
+TEST_F(GlShaderLog, AnyTextInItFailsWithTheLineBeforeTheDriversWords) {
+    ASSERT_TRUE(pxl::createShader());
+    struct Case {
+        GLenum stage;
+        const char* line;
+    };
+    for (const Case& expected : {Case{GL_VERTEX_SHADER, "[Error] Vertex shader compilation failed"},
+                                 Case{GL_FRAGMENT_SHADER, "[Error] Fragment shader compilation failed"},
+                                 Case{0, "[Error] Shader program link failed"}}) {
+        warnedStage = expected.stage;
+        test::Replaced<PFNGLGETSHADERINFOLOGPROC> shaders(epoxy_glGetShaderInfoLog, &warnOfStage);
+        shaderLog = shaders.original();
+        test::PxlLogCapture log;
+        if (expected.stage != 0) {
+            EXPECT_FALSE(pxl::createShader());
+        } else {
+            test::Replaced<PFNGLGETPROGRAMINFOLOGPROC> programs(epoxy_glGetProgramInfoLog, &warnOfProgram);
+            EXPECT_FALSE(pxl::createShader());
+        }
+        EXPECT_THAT(log.all(), ElementsAre(expected.line, "[Message] 0:1: warning: unlikely",
+                                           "[Error] Shader creation failed"));
+    }
 }
 
 TEST_F(GlShaderTest, AUniformOfAnotherTypeFails) {

@@ -18,14 +18,21 @@ public:
 
     const std::vector<std::string>& messages() const { return sink_->messages; }
     const std::vector<std::string>& errors() const { return sink_->errors; }
+    /// Of every level, in the order they came.
+    const std::vector<std::string>& all() const { return sink_->all; }
 
 private:
     struct Sink : pxl::log::ILog {
-        void message(const std::string& line) override { messages.push_back(line); }
-        void error(const std::string& line) override { errors.push_back(line); }
-        void warning(const std::string& line) override { messages.push_back(line); }
+        void message(const std::string& line) override { add(messages, line); }
+        void error(const std::string& line) override { add(errors, line); }
+        void warning(const std::string& line) override { add(messages, line); }
+        void add(std::vector<std::string>& lines, const std::string& line) {
+            lines.push_back(line);
+            all.push_back(line);
+        }
         std::vector<std::string> messages;
         std::vector<std::string> errors;
+        std::vector<std::string> all;
     };
     std::shared_ptr<Sink> sink_;
     std::shared_ptr<pxl::log::ILog> previous_;
