@@ -1,5 +1,7 @@
 #include "canvascontrols.h"
 
+#include <thread>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -133,6 +135,32 @@ TEST_F(Controls, ToggleFollowsPlayingAndStoppedAndIsLeftBySeeking) {
     EXPECT_EQ(tipAt(16), "Play");
     click(16);
     EXPECT_THAT(plays, testing::ElementsAre(false, true));
+}
+
+TEST(ControlsLock, IsFreeWhileACallbackRuns) {
+    CanvasControls* busy = nullptr;
+    int called = 0;
+    // As the playback thread does while the window waits for it.
+    const auto useControls = [&] {
+        ++called;
+        std::thread([&] {
+            busy->showFrame(7);
+            busy->showPlayState(Stopped);
+            busy->clearHover();
+        }).join();
+    };
+    CanvasControls own(
+        {[&](int32_t) { useControls(); }, [&](bool) { useControls(); }, useControls, useControls});
+    busy = &own;
+    own.setVideo(true, 101);
+    own.setAiAvailable(true);
+    own.place({640, 480});
+    for (const int x : {16, 300, 592, 624})
+        for (const auto action : {ui2::MouseInput::Action::LeftDown, ui2::MouseInput::Action::LeftUp})
+            for (const auto& call :
+                 own.mouse({action, x, 464, action == ui2::MouseInput::Action::LeftDown}).calls)
+                call();
+    EXPECT_EQ(called, 4);
 }
 
 TEST_F(Controls, AiButtonSaysAndShowsWhetherThereIsADetection) {

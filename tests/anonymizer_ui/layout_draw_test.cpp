@@ -5,19 +5,9 @@
 
 #include "layout.h"
 #include "pxl/batch.h"
+#include "support/blank_texture.h"
 
 namespace {
-
-class StandIn : public pxl::Texture {
-public:
-    uint32_t width() const override { return 1; }
-    uint32_t height() const override { return 1; }
-    uint32_t nativeName() const override { return 0; }
-    void upload(const void*) override {}
-    uint8_t flipped() const override { return 0; }
-    Mapping map() override { return {}; }
-    bool unmap() override { return false; }
-};
 
 /// A button, a toggle and a button without a picture, and which pictures became textures.
 class LayoutDraw : public testing::Test {
@@ -29,7 +19,7 @@ protected:
         made_.clear();
         layout_.draw(batch_, [this](const pxl::Image& image) {
             made_.push_back(&image);
-            return refuse_ ? nullptr : std::make_shared<StandIn>();
+            return refuse_ ? nullptr : std::make_shared<test::BlankTexture>();
         });
         return made_;
     }

@@ -47,6 +47,30 @@ TEST(LayoutPrimitives, DisabledButtonTruncatesItsFadedBytes) {
     expectColor(list[1].color, 255, 255, 255, 76);
 }
 
+TEST(LayoutPrimitives, DisabledToggleIsFadedLikeAButton) {
+    Layout layout;
+    const int toggle = layout.addToggle({}, {}, {32, 32, 0, 0}, {});
+    layout.setEnabled(toggle, false);
+    for (const bool state : {false, true}) {
+        layout.setToggled(toggle, state);
+        const auto list = layout.primitives();
+        ASSERT_EQ(list.size(), 2u);
+        expectColor(list[0].color, 9, 9, 9, 76);
+        expectColor(list[1].color, 255, 255, 255, 76);
+    }
+}
+
+TEST(LayoutPrimitives, DisabledSliderKeepsItsColours) {
+    Layout layout;
+    layout.setEnabled(layout.addSlider({60, 10, 200}, {400, 32, 50, 100}, {}), false);
+    const auto list = layout.primitives();
+    ASSERT_EQ(list.size(), 4u);
+    expectColor(list[0].color, 32, 32, 32, 255);
+    expectColor(list[1].color, 115, 115, 114, 255);
+    expectColor(list[2].color, 0, 180, 255, 255);
+    expectColor(list[3].color, 255, 255, 255, 255);
+}
+
 TEST(LayoutPrimitives, ToggleShowsTheImageOfItsState) {
     Layout layout;
     const int toggle = layout.addToggle({}, {}, {32, 32, 0, 0}, {});

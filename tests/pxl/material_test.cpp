@@ -1,5 +1,6 @@
 #include "pxl/material.h"
 
+#include "support/blank_texture.h"
 #include "support/pxl_log_capture.h"
 
 #include <numeric>
@@ -22,17 +23,6 @@ public:
 
 private:
     std::vector<Uniform> uniforms_;
-};
-
-class FakeTexture : public pxl::Texture {
-public:
-    uint32_t width() const override { return 1; }
-    uint32_t height() const override { return 1; }
-    uint32_t nativeName() const override { return 0; }
-    void upload(const void*) override {}
-    uint8_t flipped() const override { return 0; }
-    Mapping map() override { return {}; }
-    bool unmap() override { return true; }
 };
 
 /// Floats before, between and after two samplers: 1 + 2 × 3 + 16 + 4 of them.
@@ -126,7 +116,7 @@ TEST(Material, SamplersKeepTheShadersOrderAndUnits) {
 TEST(Material, TextureIsBoundToTheNamedSamplerOnly) {
     test::PxlLogCapture log;
     Material material(mixedShader());
-    const auto texture = std::make_shared<FakeTexture>();
+    const auto texture = std::make_shared<test::BlankTexture>();
     material.setTexture("u_second", texture);
     EXPECT_EQ(material.samplers()[0].texture, nullptr);
     EXPECT_EQ(material.samplers()[1].texture, texture);
@@ -137,7 +127,7 @@ TEST(Material, TextureOnAnotherNameIsLogged) {
     for (const char* name : {"u_matrix", "u_first_sampler", "u_nothing"}) {
         test::PxlLogCapture log;
         Material material(mixedShader());
-        material.setTexture(name, std::make_shared<FakeTexture>());
+        material.setTexture(name, std::make_shared<test::BlankTexture>());
         EXPECT_THAT(log.errors(), ElementsAre("[Error] Could not set texture")) << name;
         EXPECT_EQ(material.samplers()[0].texture, nullptr);
     }
