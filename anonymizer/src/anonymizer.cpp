@@ -113,7 +113,7 @@ int Anonymizer::FilterEvent(wxEvent& event) {
     default:
         return Event_Skip;
     }
-    switches::blurDivisor = std::clamp(divisor, switches::kMinBlurDivisor, switches::kMaxBlurDivisor);
+    switches::blurDivisor.exchange(std::clamp(divisor, switches::kMinBlurDivisor, switches::kMaxBlurDivisor));
     if (frame_)
         frame_->refreshPicture();
     return Event_Skip;

@@ -147,7 +147,7 @@ void MainFrame::onChoice(int id) {
         settings::writeInt(settings::kPreblurSeconds, choice.value);
         break;
     case commands::Setting::Threshold:
-        switches::confidenceThreshold = choice.value;
+        switches::confidenceThreshold.exchange(choice.value);
         refreshPicture();
         break;
     case commands::Setting::EditingMode:
