@@ -233,9 +233,10 @@ bool measure(const bench::Options& options, const char* self) {
     if (!mkdtemp(folderName.data()))
         return false;
     const fs::path folder = folderName;
+    // The stages last: they make this process large.
     const bool complete = measureExport(options, self, clip, folder) &&
-                          measureStages(options, clip, folder) &&
-                          measureMemoryOfALongerClip(options, self, clip, longer, folder);
+                          measureMemoryOfALongerClip(options, self, clip, longer, folder) &&
+                          measureStages(options, clip, folder);
     fs::remove_all(folder);
     return complete;
 }

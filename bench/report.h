@@ -47,7 +47,8 @@ struct Cost {
     double wallSeconds = 0;
     /// User and system time of the program and its threads.
     double cpuSeconds = 0;
-    /// Largest resident size, MiB.
+    /// Largest resident size, MiB; at least that of the process that started the program, which the system
+    /// counts until the program takes its place.
     double peakMiB = 0;
     bool succeeded = false;
 };
