@@ -63,10 +63,11 @@ public:
 
     /// The mouse. `playerPlays`: the player reports that it is playing.
     ///
-    /// A press paints with the brush's number, used or not: a brush that a recording left on the screen goes
-    /// on with the recorded blur, and where that has a rectangle on the picture already, this stays as it is.
-    /// Only on a picture that its span does not reach does the press take the next number: a span counts
-    /// frames one by one, so with a hole in it the last frames would be out of reach of a deletion.
+    /// A press paints with the brush's number: a brush that a recording left on the screen goes on with the
+    /// recorded blur, on the very rectangle that it has on the picture or where the span reaches. It takes
+    /// the next number beside a rectangle of its own, since a blur has one for each picture and the press
+    /// would hide nothing; and on a picture that the span does not reach, since a span counts frames one by
+    /// one and with a hole in it the last ones would be out of reach of a deletion.
     CanvasEffects figureOutState(const CanvasMouse& event, bool playerPlays);
 
     /// The button has been held for kHoldMilliseconds: the pressed blur is recorded from the picture on that
@@ -143,6 +144,8 @@ private:
     void hideOnPicture(const view::Rect& rect);
     /// A rectangle on the picture would leave a hole in the span of `id`.
     bool leavesHole(int64_t id) const;
+    /// The picture has a rectangle of the blur, and the mouse is not on it.
+    bool isElsewhereOnPicture(int64_t id) const;
     void resizeBrush(int rotation);
     void moveInside(view::Point position, bool playing);
     void pressInside(view::Point position, bool playing, CanvasEffects& effects);

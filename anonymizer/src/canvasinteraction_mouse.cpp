@@ -112,7 +112,7 @@ bool CanvasInteraction::newBlur() {
     if (newBlurRect_.empty())
         return false;
     const auto storeLock = lockStoreSoon();
-    if (storeLock.owns_lock() && leavesHole(brush_.id))
+    if (storeLock.owns_lock() && (leavesHole(brush_.id) || isElsewhereOnPicture(brush_.id)))
         takeNextBrushId();
     currentBlurId_ = brush_.id;
     if (storeLock.owns_lock())
@@ -133,6 +133,14 @@ void CanvasInteraction::storeNewBlur() {
 bool CanvasInteraction::leavesHole(int64_t id) const {
     const auto span = blurtrack::spanOf(id);
     return span && (frame_->index < span->startFrame || frame_->index > span->startFrame + span->frameCount);
+}
+
+bool CanvasInteraction::isElsewhereOnPicture(int64_t id) const {
+    if (hover_.set && hover_.id == id)
+        return false;
+    const auto& entries = blurtrack::entriesAt(frame_->index);
+    return std::any_of(entries.begin(), entries.end(),
+                       [id](const blurtrack::BlurEntry& entry) { return entry.id == id; });
 }
 
 void CanvasInteraction::resizeBrush(int rotation) {

@@ -103,20 +103,19 @@ TEST_F(Canvas, EveryDabHasAnIdOfItsOwn) {
     EXPECT_GT(blurtrack::entriesAt(10)[1].id, first);
 }
 
-TEST_F(Canvas, BrushLeftByARecordingGoesOnWithTheRecordedBlur) {
+TEST_F(Canvas, BrushLeftByARecordingPaintsBesideTheRecordedBlur) {
     const int64_t recorded = recordedAt(100, 100);
-    release(100, 100);
+    release(250, 200);
     ASSERT_TRUE(brushShown());
     const int64_t next = upcomingBrushId();
-    move(250, 200);
     EXPECT_TRUE(press(250, 200).startTimer);
-    ASSERT_EQ(blurtrack::entriesAt(11).size(), 1u) << "its first rectangle of a frame wins";
-    EXPECT_EQ(blurtrack::entriesAt(11)[0].x, 84);
-    EXPECT_TRUE(log.contains(format("[VideoCanvas] New Blur id:%lld frame: %lld", recorded, 11) +
-                             "(84, 84, 32, 32)"));
-    EXPECT_EQ(hold().hint->blurId, recorded);
-    EXPECT_EQ(canvas.picture().brushPosition.x, 100);
-    EXPECT_EQ(upcomingBrushId(), next);
+    EXPECT_EQ(framesOf(recorded), (std::vector<int64_t>{10, 11}));
+    EXPECT_EQ(framesOf(next), std::vector<int64_t>{11});
+    EXPECT_EQ(blurtrack::entriesAt(11).back().x, 250 - 16);
+    EXPECT_EQ(hold().hint->blurId, next);
+    show(12);
+    EXPECT_EQ(framesOf(next), (std::vector<int64_t>{11, 12}));
+    EXPECT_EQ(blurtrack::entriesAt(12)[0].x, 250 - 16) << "what is held is hidden";
 }
 
 TEST_F(Canvas, BrushLeftByARecordingPaintsOnThePictureBehind) {
@@ -169,14 +168,14 @@ TEST_F(Canvas, HoldingOnAnotherBlurWithABrushLeftByARecordingContinuesThatOne) {
     ASSERT_EQ(canvas.picture().hoverId, 700);
     ASSERT_TRUE(brushShown());
     press(250, 200);
-    EXPECT_EQ(blurtrack::entriesAt(11).size(), 2u);
+    EXPECT_EQ(blurtrack::entriesAt(11).size(), 3u);
     EXPECT_EQ(hold().hint->blurId, 700);
     show(12);
     EXPECT_EQ(framesOf(700), (std::vector<int64_t>{11, 12}));
     EXPECT_EQ(framesOf(recorded), (std::vector<int64_t>{10, 11}));
 }
 
-TEST_F(Canvas, BlurPaintedBelowThePictureKeepsItsRectangle) {
+TEST_F(Canvas, BrushLeftBesideItsBlurPaintsAnother) {
     // The square is moved into the picture, so the release is beside it and the brush stays.
     move(100, 240);
     press(100, 240);
@@ -185,8 +184,9 @@ TEST_F(Canvas, BlurPaintedBelowThePictureKeepsItsRectangle) {
     ASSERT_FALSE(hovering());
     move(200, 240);
     press(200, 240);
-    ASSERT_EQ(blurtrack::entriesAt(10).size(), 1u);
+    ASSERT_EQ(blurtrack::entriesAt(10).size(), 2u);
     EXPECT_EQ(blurtrack::entriesAt(10)[0].x, 84);
+    EXPECT_EQ(blurtrack::entriesAt(10)[1].x, 184);
 }
 
 TEST_F(Canvas, NoBrushLargeEnoughPaintsNothing) {
