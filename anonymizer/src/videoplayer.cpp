@@ -100,6 +100,10 @@ bool VideoPlayer::isSeekPending() const {
     return thread_ && thread_->isSeekPending();
 }
 
+int64_t VideoPlayer::position() const {
+    return thread_ ? thread_->position.load() : 0;
+}
+
 void VideoPlayer::setOnFrame(OnFrame callback) {
     if (thread_)
         thread_->onFrame.set(std::move(callback));

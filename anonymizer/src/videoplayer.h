@@ -86,6 +86,10 @@ public:
     /// A seek has been asked for and its frame is not yet delivered, or its end not yet told: the last
     /// picture is not the one to come. Any thread.
     bool isSeekPending() const;
+    /// The frame that was decoded last, whether or not its picture could be delivered: playing goes on behind
+    /// it. 0 when it is not known where: before the first frame, while seeking, and after a frame that could
+    /// not be reached or decoded, the end of the video included. Any thread.
+    int64_t position() const;
 
     /// Callbacks run on the playback thread with no lock held, one at a time. Each setter may be called from
     /// any thread at any time; an empty function detaches. When a setter returns, no call of the replaced

@@ -171,7 +171,8 @@ void VideoPlayerThread::seek(int frame) {
     wxLogMessage("[VideoPlayerThread] Seek to frame %d", frame);
     setState(Seeking);
     setSeeking(true);
-    const bool decoded = decoder_->seek(frame) && decoder_->next();
+    position = 0;
+    const bool decoded = decoder_->seek(frame) && decodeNext();
     setSeeking(false);
     if (!decoded)
         return;
@@ -196,7 +197,7 @@ void VideoPlayerThread::playLoop(int fps) {
     setState(Playing);
     while (!exitRequested) {
         const auto begin = pacing_.now();
-        if (!mayPlayOn(fps) || !decoder_->next())
+        if (!mayPlayOn(fps) || !decodeNext())
             break;
         deliver();
         const int64_t period = 1000 / std::max(fps, 1);
@@ -206,6 +207,12 @@ void VideoPlayerThread::playLoop(int fps) {
     }
     // Whatever ended the loop: VideoPlayer::stop spins on this.
     playing = false;
+}
+
+bool VideoPlayerThread::decodeNext() {
+    const bool decoded = decoder_->next();
+    position = decoded ? decoder_->frameIndex() : 0;
+    return decoded;
 }
 
 void VideoPlayerThread::waitForNextFrame(int64_t milliseconds) {

@@ -96,6 +96,8 @@ public:
     /// A Seek is being carried out and another one is next in the queue: the picture on its way would be
     /// dropped.
     std::atomic<bool> newerSeekWaits{false};
+    /// See VideoPlayer::position.
+    std::atomic<int64_t> position{0};
 
 protected:
     ExitCode Entry() override;
@@ -113,6 +115,8 @@ private:
     /// The Seek that was taken from the queue is done with.
     void endOfSeek();
     void playLoop(int fps);
+    /// The decoder's `next`, and where that leads.
+    bool decodeNext();
     /// Returns early when playing has to end.
     void waitForNextFrame(int64_t milliseconds);
     /// Looks at the waiting commands between two frames. False when one of them ends playing.

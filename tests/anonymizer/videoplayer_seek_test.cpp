@@ -1,5 +1,7 @@
 #include <algorithm>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -35,6 +37,32 @@ TEST_F(VideoPlayerSeek, TenSeeksInARowGiveOneFrameAndOneLine) {
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "[VideoPlayerThread] So many seeks, skipping 9"), 1);
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "[VideoPlayerThread] Seek to frame 10"), 1);
     EXPECT_EQ(decoder->countCalls("seek"), 1);
+}
+
+TEST_F(VideoPlayerSeek, PositionIsTheFrameDecodedLastWhetherOrNotItWasDelivered) {
+    EXPECT_EQ(player->position(), 0);
+    decoder->failingConversions = {7};
+    decoder->failingNexts = {8};
+    decoder->failingSeeks = {9};
+    openAndWait();
+    EXPECT_EQ(player->position(), 0) << "the scan has decoded nothing";
+    std::ptrdiff_t ended = 0;
+    for (const auto& [frame, position] :
+         std::vector<std::pair<int, int64_t>>{{3, 3}, {7, 7}, {8, 0}, {3, 3}, {9, 0}, {4, 4}, {11, 0}}) {
+        player->seek(frame);
+        ASSERT_TRUE(events.waitFor("Stopped", ++ended));
+        EXPECT_EQ(player->position(), position) << frame;
+    }
+    player->seek(4);
+    ASSERT_TRUE(events.waitFor("Stopped", ++ended));
+    std::vector<int64_t> positions;
+    onFrame = [&](VideoPlayer::Frame&) { positions.push_back(player->position()); };
+    onState = [&](PlayState) { positions.push_back(player->position()); };
+    player->play(25);
+    ASSERT_TRUE(events.waitFor("Stopped", ++ended));
+    EXPECT_EQ(positions, (std::vector<int64_t>{4, 5, 6, 0})) << "frame 8 could not be decoded";
+    player->end();
+    EXPECT_EQ(player->position(), 0);
 }
 
 TEST_F(VideoPlayerSeek, TwoSeeksCoalesceAlready) {
