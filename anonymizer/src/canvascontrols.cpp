@@ -30,35 +30,41 @@ int32_t toTimeline(int64_t value) {
 
 } // namespace
 
-CanvasControls::CanvasControls(Callbacks callbacks) {
+CanvasControls::CanvasControls(Callbacks callbacks) : texts_{_("Play"), _("Pause"), _("AI"), _("NO AI")} {
     play_ = bar_.addToggle(readPicture("ano_play.png"), readPicture("ano_pause.png"), {},
-                           std::move(callbacks.onPlay), _("Play"));
+                           std::move(callbacks.onPlay), texts_.play);
     timeline_ = bar_.addSlider({}, {}, std::move(callbacks.onTimeline));
     ai_ = bar_.addButton(
-        readPicture("ano_ai.png"), {}, [onAi = std::move(callbacks.onAi)](int) { onAi(); }, _("NO AI"));
+        readPicture("ano_ai.png"), {}, [onAi = std::move(callbacks.onAi)](int) { onAi(); }, texts_.noAi);
     deleteBlur_ = blurButtons_.addButton(
         readPicture("ano_del.png"), {}, [onDelete = std::move(callbacks.onDeleteBlur)](int) { onDelete(); },
         _("Delete blur"));
-    bar_.setEnabled(ai_, false);
     setVideo(false, 0);
 }
 
 void CanvasControls::setVideo(bool present, int64_t frameCount) {
     const std::lock_guard<std::mutex> lock(mutex_);
     bar_.setToggled(play_, false);
-    bar_.setTip(play_, _("Play"));
+    bar_.setTip(play_, texts_.play);
     bar_.setRange(timeline_, 0, toTimeline(frameCount - 1));
     bar_.setValue(timeline_, 0);
     shownValue_ = 0;
     bar_.setEnabled(play_, present);
     bar_.setEnabled(timeline_, present);
     blurButtons_.setEnabled(deleteBlur_, present);
+    videoPresent_ = present;
+    showAi();
 }
 
 void CanvasControls::setAiAvailable(bool available) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    bar_.setEnabled(ai_, available);
-    bar_.setTip(ai_, available ? _("AI") : _("NO AI"));
+    aiAvailable_ = available;
+    showAi();
+}
+
+void CanvasControls::showAi() {
+    bar_.setEnabled(ai_, videoPresent_ && aiAvailable_);
+    bar_.setTip(ai_, aiAvailable_ ? texts_.ai : texts_.noAi);
 }
 
 void CanvasControls::showFrame(int64_t frameIndex) {
@@ -77,7 +83,7 @@ void CanvasControls::showPlayState(PlayState state) {
     if (!bar_.isToggle(play_))
         return;
     bar_.setToggled(play_, state == Playing);
-    bar_.setTip(play_, state == Playing ? _("Pause") : _("Play"));
+    bar_.setTip(play_, state == Playing ? texts_.pause : texts_.play);
 }
 
 void CanvasControls::clearHover() {

@@ -4,6 +4,8 @@
 #include <mutex>
 #include <vector>
 
+#include <wx/string.h>
+
 #include "layout.h"
 #include "videoplayer.h"
 #include "viewmapping.h"
@@ -31,12 +33,14 @@ public:
         std::optional<ui2::Tip> tip;
     };
 
-    /// Reads the button images from the application's folder. Captions are translated now.
+    /// Reads the button images from the application's folder. Every text is translated now: the catalogs may
+    /// be replaced while the playback thread shows its state.
     explicit CanvasControls(Callbacks callbacks);
 
-    /// Everything but the AI button is enabled while there is a video; "Delete blur" whether or not one is
-    /// selected. Frames are counted from 0 on the timeline.
+    /// Everything is enabled while there is a video, the AI button if there is a detection; "Delete blur"
+    /// whether or not one is selected. Frames are counted from 0 on the timeline.
     void setVideo(bool present, int64_t frameCount);
+    /// What the AI button is called, with or without a video. "NO AI" at first.
     void setAiAvailable(bool available);
     /// Moves the timeline; while the user drags the knob the frame is kept until the drag ends, and forgotten
     /// when the drag has asked for another one. Any thread.
@@ -55,10 +59,16 @@ public:
     void releaseTextures();
 
 private:
+    struct Texts {
+        wxString play, pause, ai, noAi;
+    };
+
     // With the layout lock held.
+    void showAi();
     void placeElements(view::Size window);
     ui2::MouseResult mouseOnBar(const ui2::MouseInput& input);
 
+    const Texts texts_;
     /// The layout lock. Guards everything below.
     std::mutex mutex_;
     ui2::Layout bar_;
@@ -68,6 +78,8 @@ private:
     int32_t shownValue_ = 0;
     /// The drag under way has moved the timeline.
     bool draggedAway_ = false;
+    bool videoPresent_ = false;
+    bool aiAvailable_ = false;
     int play_ = 0;
     int timeline_ = 0;
     int ai_ = 0;

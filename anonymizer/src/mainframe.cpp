@@ -17,6 +17,7 @@
 #include <wx/sizer.h>
 #include <wx/stattext.h>
 
+#include "ai_doriq.h"
 #include "appresources.h"
 #include "blurtrack.h"
 #include "commands.h"
@@ -80,6 +81,7 @@ void MainFrame::buildContents() {
     bottomPanel_->SetSizer(panelSizer);
 
     canvas_ = new VideoCanvas2(this, wxID_ANY, wxDefaultPosition, wxDefaultSize);
+    canvas_->setAiAvailable(ai::available());
     auto* sizer = new wxBoxSizer(wxVERTICAL);
     // Closing a bar changes the picture's size but not the window's, and may give the hint room again.
     canvas_->Bind(wxEVT_SIZE, &MainFrame::onSize, this);

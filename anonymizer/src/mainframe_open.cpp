@@ -52,7 +52,7 @@ void MainFrame::closeVideo() {
         makePlayer();
     }
     canvas_->set(nullptr);
-    canvas_->setAiAvailable(false);
+    canvas_->setAiAvailable(ai::available());
     ready_ = false;
     // The dialog of a pre-processing that was cut short; an update of it may be under way further up.
     calls_.run([this] { progress_.finish(); });

@@ -30,7 +30,8 @@ public:
     /// Called on the user-interface thread when the AI button is clicked.
     void setAiRequest(std::function<void()> request);
 
-    /// Enables the AI button. Disabled at first.
+    /// Calls the AI button "AI" or "NO AI", with or without a video; with one it is enabled when there is a
+    /// detection.
     void setAiAvailable(bool available);
 
     /// Paints again soon; to be called after a change of mode, threshold, mosaic divisor or blur store.

@@ -1,9 +1,15 @@
 #include "canvascontrols.h"
 
+#include <memory>
+#include <string>
 #include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <wx/intl.h>
+#include <wx/translation.h>
+
+#include "support/message_catalog.h"
 
 namespace {
 
@@ -161,6 +167,54 @@ TEST(ControlsLock, IsFreeWhileACallbackRuns) {
                  own.mouse({action, x, 464, action == ui2::MouseInput::Action::LeftDown}).calls)
                 call();
     EXPECT_EQ(called, 4);
+}
+
+TEST_F(Controls, AiButtonIsNamedAfterTheDetectionWithoutAVideoToo) {
+    controls.setAiAvailable(true);
+    controls.setVideo(false, 0);
+    EXPECT_EQ(tipAt(590), "AI");
+    click(590);
+    EXPECT_EQ(detections, 0);
+    controls.setVideo(true, 101);
+    click(590);
+    EXPECT_EQ(detections, 1);
+    EXPECT_EQ(tipAt(590), "AI");
+}
+
+/// A catalog with other words for the controls.
+class OtherWords : public wxTranslationsLoader {
+public:
+    /// From now on they are the translations; `wxTranslations::Set(nullptr)` ends that.
+    static void use() {
+        auto translations = std::make_unique<wxTranslations>();
+        translations->SetLoader(new OtherWords);
+        translations->SetLanguage("de");
+        ASSERT_TRUE(translations->AddCatalog("other"));
+        wxTranslations::Set(translations.release());
+    }
+    wxMsgCatalog* LoadCatalog(const wxString& domain, const wxString&) override {
+        const std::string words =
+            test::messageCatalog({{"Play", "Los"}, {"Pause", "Halt"}, {"AI", "KI"}, {"NO AI", "ohne KI"}});
+        return wxMsgCatalog::CreateFromData(wxScopedCharBuffer::CreateNonOwned(words.data(), words.size()),
+                                            domain);
+    }
+    wxArrayString GetAvailableTranslations(const wxString&) const override {
+        wxArrayString languages;
+        languages.Add("de");
+        return languages;
+    }
+};
+
+TEST_F(Controls, TextsAreThoseOfTheLanguageThatTheControlsWereMadeIn) {
+    OtherWords::use();
+    EXPECT_EQ(_("Pause"), "Halt");
+    controls.showPlayState(Playing);
+    EXPECT_EQ(tipAt(16), "Pause");
+    controls.showPlayState(Stopped);
+    EXPECT_EQ(tipAt(16), "Play");
+    controls.setAiAvailable(true);
+    EXPECT_EQ(tipAt(590), "AI");
+    wxTranslations::Set(nullptr);
 }
 
 TEST_F(Controls, AiButtonSaysAndShowsWhetherThereIsADetection) {
