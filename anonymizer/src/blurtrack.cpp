@@ -43,6 +43,7 @@ BlurStore& store() {
 void clear() {
     store().frames.clear();
     store().spans.clear();
+    ++store().timesCleared;
 }
 
 void initFrames(int64_t lastFrame) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -47,6 +48,8 @@ struct BlurStore {
     /// Frame number to rectangles in insertion order; the last one is the topmost.
     std::map<int64_t, std::vector<BlurEntry>> frames;
     std::unordered_map<int64_t, BlurSpan> spans;
+    /// How often `clear` has been called; may be read without the mutex.
+    std::atomic<uint64_t> timesCleared{0};
 };
 
 BlurStore& store();

@@ -1,6 +1,10 @@
 #include "canvaseffects.h"
 
+#include <wx/app.h>
+#include <wx/intl.h>
+
 #include "hints.h"
+#include "mainframe.h"
 #include "switches.h"
 
 void carryOut(const CanvasEffects& effects, CanvasActions& window) {
@@ -20,6 +24,15 @@ void carryOut(const CanvasEffects& effects, CanvasActions& window) {
     }
     if (effects.repaint)
         window.repaint();
+    if (effects.blurLost)
+        window.tellBlurLost();
+}
+
+void showBlurLost() {
+    const auto* app = dynamic_cast<wxApp*>(wxAppConsole::GetInstance());
+    if (auto* frame = app ? dynamic_cast<MainFrame*>(app->GetTopWindow()) : nullptr)
+        frame->showInfoBar(
+            _("The last blur could not be stored completely. Look at it and paint what is missing."));
 }
 
 void showOnHintLine(const CanvasEffects::Hint& hint) {

@@ -26,6 +26,8 @@ struct CanvasEffects {
     /// Stop the player, then seek to this frame; 0 for neither.
     int64_t stopAndSeekTo = 0;
     bool repaint = false;
+    /// What the user has painted last could not be stored, and the region is not hidden.
+    bool blurLost = false;
 };
 
 /// A window that can do all that. User-interface thread.
@@ -42,11 +44,15 @@ public:
     virtual void stop() = 0;
     virtual void seek(int64_t frame) = 0;
     virtual void repaint() = 0;
+    virtual void tellBlurLost() = 0;
 };
 
 /// Has the window do what the effects ask for, one after the other in the order of their fields, each with
 /// no lock held: layout before playing before the hint line.
 void carryOut(const CanvasEffects& effects, CanvasActions& window);
+
+/// Tells the user in the main window that the last blur is not there.
+void showBlurLost();
 
 /// Shows the hint on the hint line and sets the switch that overrides it, or gives the line back to the hint
 /// state's text.

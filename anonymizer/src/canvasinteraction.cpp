@@ -35,6 +35,7 @@ CanvasEffects CanvasInteraction::reset() {
     currentBlurId_ = blurtrack::kNoBlurId;
     newBlurRect_ = {};
     recordedFrame_ = 0;
+    playedFrom_ = 0;
     unstored_.clear();
     recording_.exchange(false);
     effects.stopTimer = true;
@@ -50,6 +51,7 @@ CanvasEffects CanvasInteraction::deleteHovered() {
     const auto storeLock = lockStoreSoon();
     if (!storeLock.owns_lock())
         return effects;
+    storeKept(storeLock);
     if (std::exchange(hover_.set, false)) {
         if (const auto span = blurtrack::spanOf(hover_.id))
             blurtrack::delBlur(hover_.id, span->startFrame);
@@ -63,14 +65,20 @@ CanvasEffects CanvasInteraction::deleteHovered() {
 CanvasEffects CanvasInteraction::settle() {
     CanvasEffects effects;
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (hover_.set) {
+    if (hover_.set || !unstored_.empty()) {
         const auto storeLock = lockStoreSoon();
-        if (storeLock.owns_lock() && !blurtrack::spanOf(hover_.id))
+        storeKept(storeLock);
+        if (hover_.set && storeLock.owns_lock() && !blurtrack::spanOf(hover_.id))
             hover_.set = false;
     }
     effects.repaint = true;
     tellHint(effects);
     return effects;
+}
+
+bool CanvasInteraction::hasUnstored() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return !unstored_.empty();
 }
 
 CanvasPicture CanvasInteraction::picture() const {

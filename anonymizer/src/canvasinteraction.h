@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 #include "blurtrack.h"
@@ -49,10 +50,10 @@ struct CanvasPicture {
 /// effects. User-interface thread, except `deliver`, `setPlayState` and `picture`, which any thread may call.
 ///
 /// Detection holds the blur store for its whole pass. No operation waits for that: after two milliseconds it
-/// goes on without the store. Then the hover stays as it was, no new brush begins, a pressed blur is left to
-/// the hold or to the next recorded frame (and logged where neither comes), a hold begins anew, "Delete blur"
-/// deletes nothing, and the squares of recorded frames are kept until the next one or the end of the
-/// recording.
+/// goes on without the store. Then the hover stays as it was, no new brush begins, a hold begins anew,
+/// "Delete blur" deletes nothing, and the squares of presses and recorded frames are kept for the next
+/// operation that finds the store free (`hasUnstored`). Only `pause` tells the user of those that it has to
+/// give up.
 class CanvasInteraction {
 public:
     /// Size of the canvas with its control bar, window pixels.
@@ -74,26 +75,31 @@ public:
     /// is shown now. Where a seek has brought another one than the pressed one, it gets the blur's rectangle
     /// first, under the next number when the blur's span does not reach it. While a picture is on its way
     /// (`seekPending`) the hold begins anew: the end of that seek, told as `Stopped`, would end the
-    /// recording. `videoFps` may be any number.
-    CanvasEffects onHold(bool playerSet, double videoFps, bool seekPending);
+    /// recording. So it does when playing would not go on behind the picture (`playerPosition`, see
+    /// VideoPlayer), with a seek to it: a seek elsewhere may have delivered nothing. `videoFps` may be any
+    /// number.
+    CanvasEffects onHold(bool playerSet, double videoFps, bool seekPending, int64_t playerPosition);
 
-    /// Something else needs the video or the blurs: ends recording, and playing when the player plays.
+    /// Something else needs the video or the blurs: ends recording, and playing when the player plays. What
+    /// the store still refuses is given up and told.
     CanvasEffects pause(bool playerPlays);
 
     /// The "Delete blur" button: deletes the hovered blur over its whole span.
     CanvasEffects deleteHovered();
 
-    /// A decoded frame. While recording, it and every frame missed since the last one get the brush square of
-    /// this moment; while the blur store is held they are stored with the next frame or at the end of the
-    /// recording.
+    /// A decoded frame. While recording, it and every frame that playing has passed since the last one get
+    /// the brush square of this moment.
     void deliver(std::shared_ptr<VideoPlayer::Frame> frame);
 
-    /// Ends recording when the player has stopped.
-    void setPlayState(PlayState state);
+    /// Ends recording when the player has stopped. `playerPosition`: the player's at this moment.
+    void setPlayState(PlayState state, int64_t playerPosition);
 
-    /// Brings hover and hint line up to date after a change from elsewhere: recording ended by the player, or
-    /// the hovered blur gone from the store.
+    /// Brings store, hover and hint line up to date after a change from elsewhere: recording ended by the
+    /// player, or the hovered blur gone from the store.
     CanvasEffects settle();
+
+    /// Something painted waits for the blur store; `settle` tries again. Forgotten when the store is cleared.
+    bool hasUnstored() const;
 
     CanvasPicture picture() const;
     bool recording() const { return recording_; }
@@ -117,10 +123,15 @@ private:
         view::Point position;
         bool shown = false;
     };
-    struct RecordedSquare {
+    struct PaintedSquare {
+        int64_t id = blurtrack::kNoBlurId;
         int64_t frame = 0;
         /// Video pixels.
         view::Rect square;
+        /// Painted by a press, not recorded.
+        bool pressed = false;
+        /// The store's, when it was painted.
+        uint64_t timesCleared = 0;
     };
 
     // All of these expect the canvas-state mutex to be held.
@@ -129,23 +140,29 @@ private:
     Hit hitTest(view::Point position);
     /// Gives the brush square to the picture and to every frame missed since the last recorded one.
     void recordPicture();
-    /// Adds what has been recorded to the store, if its mutex is held.
-    void storeRecorded(const std::unique_lock<std::mutex>& storeLock);
-    /// Stores what can be stored and logs the rest. False when nothing was being recorded.
+    void keep(int64_t frame, const view::Rect& square, bool pressed);
+    /// Adds what has been kept to the store, if its mutex is held.
+    void storeKept(const std::unique_lock<std::mutex>& storeLock);
+    /// The same unless somebody else has the store just now: no waiting.
+    void storeKeptIfFree();
+    /// False when nothing was being recorded.
     bool endRecording();
     void newBrush(view::Point position);
     void takeNextBrushId();
-    /// Makes the brush square the current blur. False when nothing was stored: there is no square, and
-    /// currentBlurId_ is −1, or the store was held.
-    bool newBlur();
+    /// Makes the brush square the current blur. Without a square currentBlurId_ is −1 and nothing is painted.
+    void newBlur();
     // With the store's mutex held too:
     void storeNewBlur();
+    blurtrack::BlurEntry storePressed(int64_t id, int64_t frame, const view::Rect& square);
     /// Gives the rectangle to the picture as the current blur's, unless that has one there.
     void hideOnPicture(const view::Rect& rect);
     /// A rectangle on the picture would leave a hole in the span of `id`.
     bool leavesHole(int64_t id) const;
-    /// The picture has a rectangle of the blur, and the mouse is not on it.
+    /// The picture has a rectangle of the blur, and the brush is not on it, or is on that of another.
     bool isElsewhereOnPicture(int64_t id) const;
+    /// Window pixels to video pixels.
+    view::PointF onVideo(view::Point position) const;
+    bool isOnHoveredRect(view::Point position) const;
     void resizeBrush(int rotation);
     void moveInside(view::Point position, bool playing);
     void pressInside(view::Point position, bool playing, CanvasEffects& effects);
@@ -165,9 +182,10 @@ private:
     view::Rect newBlurRect_;
     /// Last frame that has a square of the recorded blur, stored or not.
     int64_t recordedFrame_ = 0;
-    /// Squares of the recorded blur that a held store refused, in order of recording. Empty while nothing is
-    /// being recorded.
-    std::vector<RecordedSquare> unstored_;
+    /// Playing began behind this frame; nothing while that is not known.
+    std::optional<int64_t> playedFrom_ = 0;
+    /// What a held store refused, in order of painting.
+    std::vector<PaintedSquare> unstored_;
     CanvasEffects::Hint hintShown_;
 
     std::atomic<bool> recording_{false};

@@ -23,6 +23,7 @@ int64_t upcomingBrushId() {
 CanvasEffects CanvasInteraction::figureOutState(const CanvasMouse& event, bool playerPlays) {
     CanvasEffects effects;
     const std::lock_guard<std::mutex> lock(mutex_);
+    storeKeptIfFree();
     const bool wasRecording = recording_;
     // The worker begins to play a little later than it is told to; a recording is playing from the start.
     const bool playing = playerPlays || wasRecording;
@@ -80,8 +81,7 @@ CanvasInteraction::Hit CanvasInteraction::hitTest(view::Point position) {
     const auto storeLock = lockStoreSoon();
     if (!storeLock.owns_lock())
         return Hit::Unknown;
-    const view::PointF video =
-        mappingNow().toVideo({static_cast<float>(position.x), static_cast<float>(position.y)});
+    const view::PointF video = onVideo(position);
     const auto& entries = blurtrack::entriesAt(frame_->index);
     const auto hit = std::find_if(entries.rbegin(), entries.rend(), [&](const blurtrack::BlurEntry& entry) {
         return entry.id != blurtrack::kAnonymousBlurId && blurtrack::contains(entry, video.x, video.y);
@@ -92,6 +92,10 @@ CanvasInteraction::Hit CanvasInteraction::hitTest(view::Point position) {
         hover_.rect = {hit->x, hit->y, hit->w, hit->h};
     }
     return hover_.set ? Hit::Yes : Hit::No;
+}
+
+view::PointF CanvasInteraction::onVideo(view::Point position) const {
+    return mappingNow().toVideo({static_cast<float>(position.x), static_cast<float>(position.y)});
 }
 
 void CanvasInteraction::newBrush(view::Point position) {
@@ -106,28 +110,36 @@ void CanvasInteraction::takeNextBrushId() {
     wxLogMessage("[VideoCanvas] New Blur Brush id:% lld", number(brush_.id));
 }
 
-bool CanvasInteraction::newBlur() {
-    currentBlurId_ = blurtrack::kNoBlurId;
+void CanvasInteraction::newBlur() {
+    const bool brushHasPainted = brush_.id == std::exchange(currentBlurId_, blurtrack::kNoBlurId);
     newBlurRect_ = brushSquare();
     if (newBlurRect_.empty())
-        return false;
+        return;
     const auto storeLock = lockStoreSoon();
-    if (storeLock.owns_lock() && (leavesHole(brush_.id) || isElsewhereOnPicture(brush_.id)))
+    storeKept(storeLock);
+    // What the number has already can't be looked up in a held store.
+    if (storeLock.owns_lock() ? leavesHole(brush_.id) || isElsewhereOnPicture(brush_.id) : brushHasPainted)
         takeNextBrushId();
     currentBlurId_ = brush_.id;
     if (storeLock.owns_lock())
         storeNewBlur();
-    return storeLock.owns_lock();
+    else
+        keep(frame_->index, newBlurRect_, true);
 }
 
 void CanvasInteraction::storeNewBlur() {
     if (currentBlurId_ == blurtrack::kNoBlurId)
         return;
-    const blurtrack::BlurEntry entry =
-        blurtrack::addBlur(frame_->index, toFloats(newBlurRect_), blurtrack::kBrushScore, currentBlurId_);
+    const blurtrack::BlurEntry entry = storePressed(currentBlurId_, frame_->index, newBlurRect_);
     newBlurRect_ = {entry.x, entry.y, entry.w, entry.h};
+}
+
+blurtrack::BlurEntry CanvasInteraction::storePressed(int64_t id, int64_t frame, const view::Rect& square) {
+    const blurtrack::BlurEntry entry =
+        blurtrack::addBlur(frame, toFloats(square), blurtrack::kBrushScore, id);
     wxLogMessage("[VideoCanvas] New Blur id:%lld frame: %lld(%d, %d, %d, %d)", number(entry.id),
-                 number(frame_->index), entry.x, entry.y, entry.w, entry.h);
+                 number(frame), entry.x, entry.y, entry.w, entry.h);
+    return entry;
 }
 
 bool CanvasInteraction::leavesHole(int64_t id) const {
@@ -136,11 +148,20 @@ bool CanvasInteraction::leavesHole(int64_t id) const {
 }
 
 bool CanvasInteraction::isElsewhereOnPicture(int64_t id) const {
-    if (hover_.set && hover_.id == id)
-        return false;
     const auto& entries = blurtrack::entriesAt(frame_->index);
-    return std::any_of(entries.begin(), entries.end(),
-                       [id](const blurtrack::BlurEntry& entry) { return entry.id == id; });
+    const auto own = std::find_if(entries.begin(), entries.end(),
+                                  [id](const blurtrack::BlurEntry& entry) { return entry.id == id; });
+    if (own == entries.end())
+        return false;
+    // The hover may be that of another picture.
+    const view::PointF video = onVideo(brush_.position);
+    return !hover_.set || hover_.id != id || !blurtrack::contains(*own, video.x, video.y);
+}
+
+bool CanvasInteraction::isOnHoveredRect(view::Point position) const {
+    const view::PointF video = onVideo(position);
+    const auto& [x, y, w, h] = hover_.rect;
+    return blurtrack::contains({hover_.id, x, y, w, h}, video.x, video.y);
 }
 
 void CanvasInteraction::resizeBrush(int rotation) {
@@ -178,14 +199,13 @@ void CanvasInteraction::pressInside(view::Point position, bool playing, CanvasEf
         endRecording();
         newBrush(position);
         recordedFrame_ = frame_->index;
-        if (!newBlur() && currentBlurId_ != blurtrack::kNoBlurId)
-            unstored_.push_back({frame_->index, newBlurRect_});
+        newBlur();
         recording_.exchange(true);
     } else if (brush_.shown) {
         brush_.position = position;
-        if (!newBlur() && currentBlurId_ != blurtrack::kNoBlurId)
-            wxLogError("[VideoCanvas] Blur not painted, the blurs are in use id:%lld frame: %lld",
-                       number(currentBlurId_), number(frame_->index));
+        // A press need not have a motion before it, by touch or pen.
+        hover_.set = hover_.set && isOnHoveredRect(position);
+        newBlur();
         effects.startTimer = true;
     } else {
         const Hit hit = hitTest(position);

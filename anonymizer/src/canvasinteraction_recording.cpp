@@ -24,7 +24,8 @@ int playbackFps(int32_t speed, double videoFps) {
     return std::max(1, static_cast<int>(std::min(speed * usable, kHighestFps)));
 }
 
-CanvasEffects CanvasInteraction::onHold(bool playerSet, double videoFps, bool seekPending) {
+CanvasEffects CanvasInteraction::onHold(bool playerSet, double videoFps, bool seekPending,
+                                        int64_t playerPosition) {
     CanvasEffects effects;
     if (!playerSet)
         return effects;
@@ -35,11 +36,17 @@ CanvasEffects CanvasInteraction::onHold(bool playerSet, double videoFps, bool se
         effects.startTimer = true;
         return effects;
     }
+    if (playerPosition != frame_->index) {
+        effects.startTimer = true;
+        effects.stopAndSeekTo = frame_->index;
+        return effects;
+    }
     const auto storeLock = lockStoreSoon();
     if (!storeLock.owns_lock()) {
         effects.startTimer = true;
         return effects;
     }
+    storeKept(storeLock);
 
     const view::Rect rect = hover_.set ? hover_.rect : newBlurRect_;
     if (hover_.set)
@@ -88,6 +95,15 @@ CanvasEffects CanvasInteraction::pause(bool playerPlays) {
     CanvasEffects effects;
     const std::lock_guard<std::mutex> lock(mutex_);
     const bool wasRecording = endRecording();
+    if (!unstored_.empty())
+        storeKept(lockStoreSoon());
+    if (!unstored_.empty()) {
+        const PaintedSquare& last = unstored_.back();
+        wxLogError("[VideoCanvas] Blurs not stored, they are in use. The last one: id:%lld frame: %lld",
+                   number(last.id), number(last.frame));
+        unstored_.clear();
+        effects.blurLost = true;
+    }
     effects.stopTimer = true;
     if ((playerPlays || wasRecording) && frame_)
         effects.stopAndSeekTo = frame_->index;
@@ -99,11 +115,12 @@ CanvasEffects CanvasInteraction::pause(bool playerPlays) {
 void CanvasInteraction::deliver(std::shared_ptr<VideoPlayer::Frame> frame) {
     const std::lock_guard<std::mutex> lock(mutex_);
     frame_ = std::move(frame);
-    if (!recording_)
-        return;
-    recordPicture();
+    if (frame_ && !playedFrom_)
+        playedFrom_ = frame_->index - 1;
+    if (recording_)
+        recordPicture();
     // Paint, mouse and the end of the canvas wait for the canvas-state mutex: no waiting here.
-    storeRecorded(std::unique_lock<std::mutex>(blurtrack::store().mutex, std::try_to_lock));
+    storeKeptIfFree();
 }
 
 void CanvasInteraction::recordPicture() {
@@ -113,19 +130,36 @@ void CanvasInteraction::recordPicture() {
     if (square.empty())
         return;
     // Frames whose conversion failed were never delivered. The store counts a span frame by frame, so a hole
-    // in it would put the last frames out of reach of a deletion.
-    const bool follows = playState_ != Seeking && frame_->index > recordedFrame_;
-    for (int64_t f = follows ? recordedFrame_ + 1 : frame_->index; f <= frame_->index; ++f)
-        unstored_.push_back({f, square});
+    // in it would put the last frames out of reach of a deletion. What playing has not passed is no such
+    // frame, though the decoder may stand far behind the picture: one of a seek whose conversion failed.
+    const int64_t passedFrom = std::max(recordedFrame_, playedFrom_.value_or(0)) + 1;
+    const bool follows = playState_ != Seeking && passedFrom < frame_->index;
+    for (int64_t f = follows ? passedFrom : frame_->index; f <= frame_->index; ++f)
+        keep(f, square, false);
     recordedFrame_ = frame_->index;
 }
 
-void CanvasInteraction::storeRecorded(const std::unique_lock<std::mutex>& storeLock) {
+void CanvasInteraction::keep(int64_t frame, const view::Rect& square, bool pressed) {
+    unstored_.push_back({currentBlurId_, frame, square, pressed, blurtrack::store().timesCleared});
+}
+
+void CanvasInteraction::storeKept(const std::unique_lock<std::mutex>& storeLock) {
     if (!storeLock.owns_lock())
         return;
-    for (const RecordedSquare& recorded : unstored_)
-        blurtrack::addBlur(recorded.frame, toFloats(recorded.square), blurtrack::kBrushScore, currentBlurId_);
+    for (const PaintedSquare& kept : unstored_) {
+        if (kept.timesCleared != blurtrack::store().timesCleared)
+            continue;
+        if (kept.pressed)
+            storePressed(kept.id, kept.frame, kept.square);
+        else
+            blurtrack::addBlur(kept.frame, toFloats(kept.square), blurtrack::kBrushScore, kept.id);
+    }
     unstored_.clear();
+}
+
+void CanvasInteraction::storeKeptIfFree() {
+    if (!unstored_.empty())
+        storeKept(std::unique_lock<std::mutex>(blurtrack::store().mutex, std::try_to_lock));
 }
 
 bool CanvasInteraction::endRecording() {
@@ -135,20 +169,22 @@ bool CanvasInteraction::endRecording() {
         return true;
     if (frame_->index != recordedFrame_)
         recordPicture();
-    if (!unstored_.empty())
-        storeRecorded(lockStoreSoon());
-    if (!unstored_.empty() || frame_->index != recordedFrame_) {
-        const int64_t first = unstored_.empty() ? recordedFrame_ + 1 : unstored_.front().frame;
+    if (frame_->index != recordedFrame_)
         wxLogError("[VideoCanvas] Blur while playing not recorded id:%lld frames: %lld to %lld",
-                   number(currentBlurId_), number(first), number(frame_->index));
-        unstored_.clear();
-    }
+                   number(currentBlurId_), number(recordedFrame_ + 1), number(frame_->index));
+    if (!unstored_.empty())
+        storeKept(lockStoreSoon());
     return true;
 }
 
-void CanvasInteraction::setPlayState(PlayState state) {
+void CanvasInteraction::setPlayState(PlayState state, int64_t playerPosition) {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (state == Stopped)
         endRecording();
+    if (state == Playing) {
+        playedFrom_.reset();
+        if (playerPosition > 0)
+            playedFrom_ = playerPosition;
+    }
     playState_ = state;
 }

@@ -20,7 +20,7 @@ namespace {
 
 constexpr int kHoldTimerId = 1;
 constexpr int kRetryTimerId = 2;
-/// How soon a paint that found the blur store held is repeated.
+/// How soon what found the blur store held is tried again: a paint, or storing a blur.
 constexpr int kRetryMilliseconds = 100;
 
 std::vector<wxEventTypeTag<wxMouseEvent>> mouseEvents() {
@@ -44,7 +44,7 @@ public:
     void set(VideoPlayer* player);
     void refresh();
     void pause();
-    void settle() { carryOut(interaction_.settle(), *this); }
+    void settle();
 
     void setAiAvailable(bool available) { controls_->setAiAvailable(available); }
 
@@ -59,7 +59,9 @@ private:
     void onPaint(wxPaintEvent& event);
     void onEraseBackground(wxEraseEvent&) {}
     void onHold(wxTimerEvent& event);
-    void onRetry(wxTimerEvent&) { refresh(); }
+    void onRetry(wxTimerEvent&) { settle(); }
+    /// Comes back soon when something painted waits for the blur store.
+    void storeSoon();
     void onDestroy(wxWindowDestroyEvent& event);
     void release();
     /// After a change of the window's size or scale factor. Returns the size in window pixels.
@@ -73,6 +75,7 @@ private:
     void stop() override;
     void seek(int64_t frame) override;
     void repaint() override { refresh(); }
+    void tellBlurLost() override { showBlurLost(); }
 
     QueuedCall::Queue toTheWindow() {
         return [this](std::function<void()> call) { window_.CallAfter(std::move(call)); };
@@ -166,9 +169,9 @@ void VideoCanvas2::Impl::set(VideoPlayer* player) {
         interaction_.deliver(std::move(frame));
         queuedRefresh_.request();
     });
-    player->setOnState([this](PlayState state) {
+    player->setOnState([this, player](PlayState state) {
         controls_->showPlayState(state);
-        interaction_.setPlayState(state);
+        interaction_.setPlayState(state, player->position());
         queuedSettle_.request();
     });
     seek(1);
@@ -232,10 +235,24 @@ void VideoCanvas2::Impl::onMouse(wxMouseEvent& event) {
     if (outcome.changed)
         refresh();
     carryOut(interaction_.figureOutState(mouse, player_ && player_->isPlaying()), *this);
+    storeSoon();
 }
 
 void VideoCanvas2::Impl::onHold(wxTimerEvent&) {
-    carryOut(interaction_.onHold(player_ != nullptr, videoFps_, player_ && player_->isSeekPending()), *this);
+    // In this order: a seek that was pending has its position by the time it is not any more.
+    const bool seekPending = player_ && player_->isSeekPending();
+    const int64_t position = player_ ? player_->position() : 0;
+    carryOut(interaction_.onHold(player_ != nullptr, videoFps_, seekPending, position), *this);
+}
+
+void VideoCanvas2::Impl::settle() {
+    carryOut(interaction_.settle(), *this);
+    storeSoon();
+}
+
+void VideoCanvas2::Impl::storeSoon() {
+    if (!released_ && interaction_.hasUnstored())
+        retryTimer_.StartOnce(kRetryMilliseconds);
 }
 
 void VideoCanvas2::Impl::refresh() {

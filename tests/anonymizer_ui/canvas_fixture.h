@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -44,7 +45,10 @@ protected:
     CanvasEffects press(int x, int y) { return send(CanvasMouse::LeftDown, x, y); }
     CanvasEffects release(int x, int y) { return send(CanvasMouse::LeftUp, x, y); }
     CanvasEffects leave() { return send(CanvasMouse::Leave, -1, 5); }
-    CanvasEffects hold(double fps = 25) { return canvas.onHold(true, fps, seekPending); }
+    CanvasEffects hold(double fps = 25) {
+        const auto frame = canvas.picture().frame;
+        return canvas.onHold(true, fps, seekPending, position.value_or(frame ? frame->index : 0));
+    }
 
     /// Paints a blur by a click and moves away, leaving it selected.
     int64_t paintedAt(int x, int y) {
@@ -87,4 +91,6 @@ protected:
     bool playing = false;
     bool buttonHeld = false;
     bool seekPending = false;
+    /// Nothing for the picture's.
+    std::optional<int64_t> position;
 };

@@ -55,9 +55,6 @@ TEST_F(Canvas, AHeldStoreLeavesBrushAndSelectionAsTheyAre) {
         press(100, 100);
         release(100, 100);
     });
-    EXPECT_THAT(log.lines(wxLOG_Error),
-                ElementsAre(format("[VideoCanvas] Blur not painted, the blurs are in use id:%lld frame: %lld",
-                                   next - 1, 10)));
     EXPECT_TRUE(brushShown());
     EXPECT_EQ(upcomingBrushId(), next);
 
@@ -189,7 +186,7 @@ TEST_P(RecordingEnd, MakesUpForTheFramesThatCameWhileTheStoreWasHeld) {
         [this] { release(100, 260); },
         [this] { leave(); },
         [this] { move(100, 260); },
-        [this] { canvas.setPlayState(Stopped); },
+        [this] { canvas.setPlayState(Stopped, 10); },
         [this] { canvas.pause(true); },
         [this] {
             buttonHeld = false;
@@ -212,29 +209,122 @@ TEST_P(RecordingEnd, MakesUpForTheFramesThatCameWhileTheStoreWasHeld) {
 
 INSTANTIATE_TEST_SUITE_P(Ways, RecordingEnd, testing::Range(0, 7));
 
-TEST_F(Canvas, RecordingThatEndsWhileTheStoreIsHeldSaysWhatIsMissing) {
-    playing = true;
-    move(100, 100);
-    const int64_t id = upcomingBrushId();
-    press(100, 100);
-    {
-        const std::lock_guard<std::mutex> held(blurtrack::store().mutex);
-        std::thread([&] {
+/// A blur of the frames 10 to 12 whose recording has ended while the store was held.
+class KeptRecording : public Canvas {
+protected:
+    KeptRecording() {
+        playing = true;
+        move(100, 100);
+        id = upcomingBrushId();
+        press(100, 100);
+        withStoreHeld([this] {
             show(12);
-            leave();
-        }).join();
+            canvas.setPlayState(Stopped, 0);
+        });
+        playing = false;
+        EXPECT_FALSE(canvas.recording());
+        EXPECT_TRUE(canvas.hasUnstored());
+        EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10}));
     }
-    EXPECT_FALSE(canvas.recording());
-    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10}));
-    EXPECT_THAT(log.lines(wxLOG_Error), ElementsAre("[VideoCanvas] Blur while playing not recorded id:" +
-                                                    std::to_string(id) + " frames: 11 to 12"));
-    // Nor does any of it turn up in the next one.
-    playing = true;
-    move(200, 100);
-    press(200, 100);
+    void expectStored() const {
+        EXPECT_FALSE(canvas.hasUnstored());
+        EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10, 11, 12}));
+        EXPECT_EQ(blurtrack::spanOf(id)->frameCount, 3);
+        EXPECT_THAT(log.lines(wxLOG_Error), testing::IsEmpty());
+    }
+
+    int64_t id = blurtrack::kNoBlurId;
+};
+
+TEST_F(KeptRecording, IsStoredWhenTheCanvasSettles) {
+    withStoreHeld([this] { canvas.settle(); });
+    EXPECT_TRUE(canvas.hasUnstored());
+    EXPECT_FALSE(canvas.settle().blurLost);
+    expectStored();
+}
+
+TEST_F(KeptRecording, IsStoredBeforeAnExportBegins) {
+    EXPECT_FALSE(canvas.pause(false).blurLost);
+    expectStored();
+}
+
+TEST_F(KeptRecording, IsStoredByTheMouseAndByTheNextFrame) {
     show(13);
-    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10}));
+    expectStored();
+    withStoreHeld([this] { press(100, 100); });
+    buttonHeld = false;
+    move(100, 101);
+    EXPECT_FALSE(canvas.hasUnstored());
+}
+
+TEST_F(KeptRecording, KeepsItsNumberThroughTheNextPress) {
+    withStoreHeld([this] {
+        playing = true;
+        move(200, 100);
+        press(200, 100);
+    });
+    show(13);
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10, 11, 12}));
     EXPECT_EQ(framesOf(upcomingBrushId() - 1), (std::vector<int64_t>{12, 13}));
+    EXPECT_THAT(leftEdges(upcomingBrushId() - 1), ElementsAre(184, 184));
+}
+
+TEST_F(KeptRecording, IsDeletedWithItsBlur) {
+    release(100, 100);
+    ASSERT_TRUE(hovering());
+    canvas.deleteHovered();
+    EXPECT_THAT(framesOf(id), testing::IsEmpty());
+}
+
+TEST_F(KeptRecording, IsToldWhenTheStoreIsStillHeldAsAnExportBegins) {
+    CanvasEffects effects;
+    withStoreHeld([&] { effects = canvas.pause(false); });
+    EXPECT_TRUE(effects.blurLost);
+    EXPECT_THAT(
+        log.lines(wxLOG_Error),
+        ElementsAre(format(
+            "[VideoCanvas] Blurs not stored, they are in use. The last one: id:%lld frame: %lld", id, 12)));
+    // Nor does what was told to be missing turn up later.
+    EXPECT_FALSE(canvas.hasUnstored());
+    canvas.settle();
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10}));
+    EXPECT_FALSE(canvas.pause(false).blurLost) << "told once";
+}
+
+TEST_F(KeptRecording, IsForgottenWithTheBlursOfItsVideo) {
+    blurtrack::clear();
+    blurtrack::initFrames(1000);
+    canvas.settle();
+    EXPECT_FALSE(canvas.hasUnstored());
+    EXPECT_THAT(framesOf(id), testing::IsEmpty());
+    EXPECT_TRUE(blurtrack::store().spans.empty());
+}
+
+TEST_F(Canvas, ADabThatAHeldStoreRefusedIsStoredWithTheNextMotion) {
+    move(100, 100);
+    const int64_t id = upcomingBrushId() - 1;
+    withStoreHeld([this] {
+        press(100, 100);
+        release(100, 100);
+    });
+    EXPECT_TRUE(canvas.hasUnstored());
+    move(101, 100);
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10}));
+    EXPECT_TRUE(hovering());
+    EXPECT_TRUE(
+        log.contains(format("[VideoCanvas] New Blur id:%lld frame: %lld", id, 10) + "(84, 84, 32, 32)"));
+}
+
+TEST_F(Canvas, ADabOfABrushThatHasPaintedTakesTheNextNumberInAHeldStore) {
+    const int64_t recorded = recordedAt(100, 100);
+    release(250, 200);
+    ASSERT_TRUE(brushShown());
+    const int64_t next = upcomingBrushId();
+    withStoreHeld([this] { press(250, 200); });
+    canvas.settle();
+    EXPECT_EQ(framesOf(recorded), (std::vector<int64_t>{10, 11}));
+    EXPECT_EQ(framesOf(next), (std::vector<int64_t>{11}));
+    EXPECT_THAT(leftEdges(next), ElementsAre(250 - 16));
 }
 
 TEST_F(Canvas, FramesMayArriveWhileTheMouseWorks) {

@@ -161,6 +161,51 @@ TEST_F(Canvas, PressOnTheBlurThatHasJustBeenRecordedContinuesIt) {
     EXPECT_EQ(blurtrack::entriesAt(12)[0].x, 84);
 }
 
+TEST_F(Canvas, PressElsewhereWithoutAMotionAfterARecordingPaintsThere) {
+    const int64_t recorded = recordedAt(100, 100);
+    release(100, 100);
+    ASSERT_TRUE(brushShown());
+    ASSERT_TRUE(hovering());
+    const int64_t next = upcomingBrushId();
+    press(250, 200);
+    EXPECT_FALSE(hovering());
+    EXPECT_EQ(framesOf(recorded), (std::vector<int64_t>{10, 11}));
+    ASSERT_EQ(framesOf(next), std::vector<int64_t>{11});
+    EXPECT_EQ(blurtrack::entriesAt(11).back().x, 250 - 16);
+    EXPECT_EQ(hold().hint->blurId, next);
+}
+
+TEST_F(Canvas, EdgesOfTheRecordedSquareCountAsHalfOpenForAPressWithoutAMotion) {
+    for (const int x : {84, 115, 116, 83}) {
+        leave();
+        show(10);
+        const int64_t recorded = recordedAt(100, 100);
+        release(100, 100);
+        ASSERT_TRUE(hovering());
+        press(x, 100);
+        EXPECT_EQ(hovering(), x == 84 || x == 115) << x;
+        EXPECT_EQ(blurtrack::entriesAt(11).size(), hovering() ? 1u : 2u) << x;
+        release(300, 230);
+        blurtrack::clear();
+        blurtrack::initFrames(1000);
+        EXPECT_THAT(framesOf(recorded), IsEmpty());
+    }
+}
+
+TEST_F(Canvas, PressWithoutAMotionWhereTheBlurWasOnAnotherPicturePaintsThere) {
+    const int64_t recorded = recordedAt(100, 100);
+    move(200, 100);
+    show(12);
+    release(200, 100);
+    ASSERT_TRUE(hovering());
+    show(11);
+    const int64_t next = upcomingBrushId();
+    press(200, 100);
+    EXPECT_EQ(framesOf(recorded), (std::vector<int64_t>{10, 11, 12}));
+    ASSERT_EQ(framesOf(next), std::vector<int64_t>{11});
+    EXPECT_EQ(blurtrack::entriesAt(11).back().x, 184);
+}
+
 TEST_F(Canvas, HoldingOnAnotherBlurWithABrushLeftByARecordingContinuesThatOne) {
     put(11, 700, 240, 190);
     const int64_t recorded = recordedAt(100, 100);

@@ -37,7 +37,7 @@ protected:
             canvas_.deliver(std::move(frame));
             events.add("frame " + std::to_string(index));
         });
-        onState = [this](PlayState state) { canvas_.setPlayState(state); };
+        onState = [this](PlayState state) { canvas_.setPlayState(state, player->position()); };
         // The play loop stands still after these two.
         onSleep = [this] {
             if (delivered_ == kMoved)
@@ -49,7 +49,7 @@ protected:
     ~CanvasPlaying() override {
         moved_.open();
         released_.open();
-        player.reset();
+        player->end();
         blurtrack::clear();
     }
 
@@ -64,11 +64,15 @@ protected:
         ASSERT_TRUE(events.waitFor("Stopped"));
         mouse(CanvasMouse::Motion, 100);
         recorded_ = upcomingBrushId() - 1;
-        mouse(CanvasMouse::LeftDown, 100);
+        pressAndHold(100);
+    }
+    void pressAndHold(int x) {
+        mouse(CanvasMouse::LeftDown, x);
         // The seek may not quite have ended yet: the hold begins anew then.
         while (holding_) {
             holding_ = false;
-            carryOut(canvas_.onHold(true, 25, player->isSeekPending()), *this);
+            const bool seekPending = player->isSeekPending();
+            carryOut(canvas_.onHold(true, 25, seekPending, player->position()), *this);
         }
         ASSERT_TRUE(canvas_.recording());
     }
@@ -107,6 +111,7 @@ private:
     }
     void seek(int64_t frame) override { player->seek(static_cast<int>(frame)); }
     void repaint() override {}
+    void tellBlurLost() override {}
 
     bool holding_ = false;
     /// The playback thread's.
@@ -134,6 +139,32 @@ TEST_F(CanvasPlaying, EveryFrameOfARecordingHasOneRectangleThoughConversionsFail
     blurtrack::delBlur(recorded_, span->startFrame);
     for (const auto& [frame, entries] : blurtrack::store().frames)
         EXPECT_TRUE(entries.empty()) << "frame " << frame;
+}
+
+TEST_F(CanvasPlaying, ARecordingBeginsAtThePictureThoughTheDecoderStandsElsewhere) {
+    decoder->failingConversions = {20};
+    openAndWait();
+    player->seek(1);
+    ASSERT_TRUE(events.waitFor("Stopped"));
+    recorded_ = 700;
+    {
+        const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
+        for (int64_t frame = 1; frame <= 30; ++frame)
+            blurtrack::addBlur(frame, {200, 84, 32, 32}, blurtrack::kBrushScore, recorded_);
+    }
+    player->seek(20);
+    ASSERT_TRUE(events.waitFor("Stopped", 2));
+    EXPECT_EQ(player->position(), 20);
+    ASSERT_EQ(canvas_.picture().frame->index, 1);
+    mouse(CanvasMouse::Motion, 210);
+    pressAndHold(210);
+    mouse(CanvasMouse::Motion, 250);
+    ASSERT_TRUE(events.waitFor("frame " + std::to_string(kMoved)));
+    const std::vector<Stored> recorded = stored();
+    ASSERT_EQ(recorded.size(), static_cast<std::size_t>(kMoved));
+    for (std::size_t i = 0; i < recorded.size(); ++i)
+        EXPECT_EQ(recorded[i].frame, static_cast<int64_t>(i) + 1);
+    EXPECT_EQ(decoder->countCalls("seek 1"), 2);
 }
 
 TEST_F(CanvasPlaying, ARecordingHasTheSameRectanglesWhenTheBlursAreInUseMeanwhile) {

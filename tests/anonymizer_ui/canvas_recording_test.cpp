@@ -58,7 +58,7 @@ TEST_F(Canvas, HoldingASelectedBlurContinuesItWithItsSquareAndCutsItsTrack) {
 TEST_F(Canvas, HoldingWithoutPlayerDoesNothing) {
     move(100, 100);
     press(100, 100);
-    const CanvasEffects effects = canvas.onHold(false, 25, false);
+    const CanvasEffects effects = canvas.onHold(false, 25, false, 10);
     EXPECT_EQ(effects.playFps, 0);
     EXPECT_FALSE(canvas.recording());
 }
@@ -191,21 +191,61 @@ TEST_F(Canvas, HoldingWaitsForTheLastOfTheSeeksUnderWay) {
     EXPECT_TRUE(effects.startTimer);
     EXPECT_FALSE(canvas.recording());
     // Still Stopped from the play loop that the seek follows.
-    canvas.setPlayState(Stopped);
+    canvas.setPlayState(Stopped, 10);
     EXPECT_TRUE(hold().startTimer);
     // The first of two, to the same frame.
-    canvas.setPlayState(Seeking);
+    canvas.setPlayState(Seeking, 10);
     show(10);
-    canvas.setPlayState(Stopped);
+    canvas.setPlayState(Stopped, 10);
     EXPECT_TRUE(hold().startTimer);
     EXPECT_FALSE(canvas.recording());
-    canvas.setPlayState(Seeking);
+    canvas.setPlayState(Seeking, 10);
     show(10);
-    canvas.setPlayState(Stopped);
+    canvas.setPlayState(Stopped, 10);
     seekPending = false;
     effects = hold();
     EXPECT_FALSE(effects.startTimer);
     EXPECT_TRUE(canvas.recording());
+}
+
+TEST_F(Canvas, HoldingGoesBackToThePictureFirstWhenTheDecoderStandsElsewhere) {
+    for (int64_t f = 10; f <= 600; ++f)
+        put(f, 700, 200, 100);
+    move(210, 110);
+    press(210, 110);
+    // A seek to 500 that delivered nothing, and one that led nowhere.
+    for (const int64_t elsewhere : {500, 0}) {
+        position = elsewhere;
+        const CanvasEffects effects = hold();
+        EXPECT_TRUE(effects.startTimer);
+        EXPECT_EQ(effects.stopAndSeekTo, 10);
+        EXPECT_EQ(effects.playFps, 0);
+        EXPECT_FALSE(canvas.recording());
+        EXPECT_EQ(framesOf(700).size(), 591u) << "nothing is deleted";
+    }
+    position = 10;
+    EXPECT_EQ(hold().playFps, 25);
+    EXPECT_TRUE(canvas.recording());
+}
+
+TEST_F(Canvas, WhatPlayingHasNotPassedIsNotFilled) {
+    playing = true;
+    canvas.setPlayState(Playing, 500);
+    move(100, 100);
+    int64_t id = upcomingBrushId();
+    // Still on the picture from before.
+    press(100, 100);
+    show(502);
+    show(503);
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10, 501, 502, 503}));
+
+    canvas.setPlayState(Stopped, 503);
+    canvas.setPlayState(Playing, 0);
+    id = upcomingBrushId();
+    press(100, 100);
+    show(700);
+    show(702);
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{503, 700, 701, 702}));
 }
 
 TEST_F(Canvas, RecordingPlaysAtTheChosenSpeed) {
@@ -301,7 +341,7 @@ TEST_F(Canvas, ASeekWhileRecordingFillsNothingInBetween) {
     move(100, 100);
     const int64_t id = upcomingBrushId();
     press(100, 100);
-    canvas.setPlayState(Seeking);
+    canvas.setPlayState(Seeking, 10);
     show(500);
     EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10, 500}));
 }
@@ -407,9 +447,9 @@ TEST_F(Canvas, TheEndOfTheVideoEndsTheRecording) {
     move(100, 100);
     press(100, 100);
     playing = false;
-    canvas.setPlayState(Playing);
+    canvas.setPlayState(Playing, 10);
     EXPECT_TRUE(canvas.recording());
-    canvas.setPlayState(Stopped);
+    canvas.setPlayState(Stopped, 10);
     EXPECT_FALSE(canvas.recording());
     const CanvasEffects effects = canvas.settle();
     ASSERT_TRUE(effects.hint);

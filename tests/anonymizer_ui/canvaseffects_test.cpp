@@ -27,6 +27,7 @@ public:
     void stop() override { steps.emplace_back("stop"); }
     void seek(int64_t frame) override { steps.push_back("seek " + std::to_string(frame)); }
     void repaint() override { steps.emplace_back("repaint"); }
+    void tellBlurLost() override { steps.emplace_back("lost"); }
 
     std::vector<std::string> steps;
 };
@@ -39,14 +40,15 @@ TEST(CanvasEffects, NothingAskedForNothingDone) {
 
 TEST(CanvasEffects, EverythingComesInItsOrder) {
     CanvasEffects effects;
-    effects.stopTimer = effects.startTimer = effects.clearLayoutHover = effects.repaint = true;
+    effects.stopTimer = effects.startTimer = effects.clearLayoutHover = effects.repaint = effects.blurLost =
+        true;
     effects.playFps = 25;
     effects.hint = CanvasEffects::Hint{kHintRecording, 7};
     effects.stopAndSeekTo = 12;
     Window window;
     carryOut(effects, window);
     EXPECT_THAT(window.steps, ElementsAre("stop timer", "start timer", "layout", "play 25", "hint 4", "stop",
-                                          "seek 12", "repaint"));
+                                          "seek 12", "repaint", "lost"));
 }
 
 TEST(CanvasEffects, HintTakesTheLineOverAndGivesItBack) {

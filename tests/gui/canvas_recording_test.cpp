@@ -1,5 +1,9 @@
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
+#include <future>
+#include <mutex>
+#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -170,8 +174,7 @@ TEST_F(CanvasRecording, TellsItsBlurAndGivesTheLineBackToTheModesHint) {
         release();
         EXPECT_EQ(hint(), hintTextForBlur(kHintSelected, id_).utf8_string());
         // Away from the blur, and onto the picture again.
-        test::sendMouse(canvas(), wxEVT_LEFT_DOWN, test::middle(canvas()) - wxSize(100, 60));
-        test::sendMouse(canvas(), wxEVT_LEFT_UP, test::middle(canvas()) - wxSize(100, 60));
+        test::sendMouse(canvas(), wxEVT_MOTION, test::middle(canvas()) - wxSize(100, 60));
         EXPECT_EQ(hint(), modesHint);
     }
 }
@@ -214,6 +217,48 @@ TEST_F(CanvasRecording, BrushFollowsEveryWheelUpOrDownAndSideways) {
     EXPECT_EQ(turn(wxMOUSE_WHEEL_HORIZONTAL, 7), 64);
     EXPECT_EQ(turn(wxMOUSE_WHEEL_HORIZONTAL, -240), 48);
     EXPECT_EQ(turn(wxMOUSE_WHEEL_VERTICAL, -1), 32);
+}
+
+/// The first picture under the brush, and a press on it while the blurs are in use.
+class CanvasHeldStore : public CanvasRecording {
+protected:
+    void pressWhileHeld(const std::function<void()>& action) {
+        openReady("plain.mp4");
+        ASSERT_TRUE(test::runUntil([this] {
+            test::sendMouse(canvas(), wxEVT_MOTION, test::middle(canvas()));
+            return upcomingBrushId() > id_ + 1;
+        }));
+        std::promise<void> held;
+        std::promise<void> enough;
+        std::thread holder([&] {
+            const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
+            held.set_value();
+            enough.get_future().wait();
+        });
+        held.get_future().wait();
+        test::sendMouse(canvas(), wxEVT_LEFT_DOWN, test::middle(canvas()));
+        action();
+        enough.set_value();
+        holder.join();
+    }
+    void SetUp() override {
+        CanvasRecording::SetUp();
+        id_ = upcomingBrushId() - 1;
+    }
+};
+
+TEST_F(CanvasHeldStore, GetsTheBlurAsSoonAsItIsFree) {
+    pressWhileHeld([this] { release(); });
+    EXPECT_TRUE(test::runUntil([this] { return blurCount() == 1; })) << "without another move of the mouse";
+    EXPECT_TRUE(bars().empty());
+}
+
+TEST_F(CanvasHeldStore, TellsOfABlurThatIsNotThereAsAnExportBegins) {
+    pressWhileHeld([this] { canvas().pause(); });
+    EXPECT_THAT(bars(), ElementsAre(StartsWith("The last blur could not be stored completely.")));
+    release();
+    test::runPending();
+    EXPECT_EQ(blurCount(), 0u);
 }
 
 TEST_F(CanvasRecording, OfOneFrameEndsOnIt) {
