@@ -19,6 +19,8 @@ void OrderedCalls::run(std::function<void()> call) {
 }
 
 void OrderedCalls::end(std::function<void()> call) {
+    if (ended_)
+        return;
     waiting_.clear();
     run(std::move(call));
     ended_ = true;

@@ -11,6 +11,7 @@ public:
 
     /// Runs `call` as the last one: those that wait are forgotten and later ones ignored. What one of the
     /// calls belongs to may therefore go away afterwards even though that call is still under way further up.
+    /// Only the first time: the first last one remains.
     void end(std::function<void()> call);
 
 private:

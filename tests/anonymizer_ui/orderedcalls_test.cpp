@@ -46,3 +46,15 @@ TEST(OrderedCalls, TheLastCallWaitsForTheOneUnderWayAndNoOtherFollows) {
     calls.run([&] { order.push_back(9); });
     EXPECT_EQ(order, (std::vector<int>{1, 2}));
 }
+
+TEST(OrderedCalls, TheFirstLastCallIsNotReplacedByAnother) {
+    OrderedCalls calls;
+    std::vector<int> order;
+    calls.run([&] {
+        calls.end([&] { order.push_back(2); });
+        calls.end([&] { order.push_back(9); });
+        order.push_back(1);
+    });
+    calls.end([&] { order.push_back(9); });
+    EXPECT_EQ(order, (std::vector<int>{1, 2}));
+}
