@@ -92,8 +92,9 @@ wxThread::ExitCode AiWorker::Entry() {
     if (report_)
         *report_ = {hadDetector, !opened || !completed, unconvertedFrames_ + ai::failedFrames(),
                     ai::complaints()};
-    progress_->finish();
+    // The window ends the pass with `finish`, and the program may end with the window.
     workerend::begin();
+    progress_->finish();
     if (done_)
         guarded(done_);
     return nullptr;

@@ -6,7 +6,7 @@
 /// with data that the end of the program destroys, and the library does not wait for that.
 namespace workerend {
 
-/// On a worker's thread, before its completion callback: from now on `wait` waits for this thread.
+/// On a worker's thread, before it tells anybody of its end: from now on `wait` waits for this thread.
 void begin();
 
 /// Returns once every thread that called `begin` has unwound its stack, after `limit` at the latest. Does not

@@ -1,5 +1,6 @@
 #include "aiworker.h"
 
+#include <chrono>
 #include <filesystem>
 #include <future>
 #include <limits>
@@ -16,6 +17,7 @@
 #include "support/detection_pass.h"
 #include "support/log_capture.h"
 #include "support/paths.h"
+#include "workerend.h"
 
 using blurtrack::BlurEntry;
 using test::ProgressCall;
@@ -249,6 +251,38 @@ TEST_F(AiWorkerPass, AnExceptionReleasesTheStoreAndStillCleansUp) {
     EXPECT_THAT(log.lines(wxLOG_Error), SizeIs(1));
     EXPECT_TRUE(report.brokeOff);
     EXPECT_THAT(at(1), SizeIs(1));
+}
+
+TEST_F(AiWorkerPass, SomethingElseThanAnExceptionIsCaughtToo) {
+    install("hit 1 10 20 30 40 0.5 0\n");
+    progress.onCall = [&](const ProgressCall& call) {
+        if (isSpeed(call) && call.value == 100)
+            throw 42;
+    };
+    EXPECT_TRUE(test::runPass(source, progress, noPreblur()).brokeOff);
+    EXPECT_TRUE(storeIsFree());
+    EXPECT_EQ(progress.calls.back().kind, ProgressCall::kFinish);
+    EXPECT_THAT(log.lines(wxLOG_Error), ElementsAre("[AI] The pass broke off"));
+}
+
+TEST_F(AiWorkerPass, IsWaitedForByTheProgramsEndFromItsFinishOn) {
+    install("");
+    std::promise<void> finishing;
+    std::promise<void> goOn;
+    progress.onCall = [&](const ProgressCall& call) {
+        if (call.kind != ProgressCall::kFinish)
+            return;
+        finishing.set_value();
+        goOn.get_future().wait();
+    };
+    test::runPass(source, progress, noPreblur(), [&](AiWorker&) {
+        finishing.get_future().wait();
+        constexpr std::chrono::milliseconds limit(50);
+        const auto start = std::chrono::steady_clock::now();
+        workerend::wait(limit);
+        EXPECT_GE(std::chrono::steady_clock::now() - start, limit) << "it lasts the whole time";
+        goOn.set_value();
+    });
 }
 
 TEST_F(AiWorkerPass, WhatWasFoundBeforeAnExceptionIsStillExtended) {
