@@ -65,7 +65,7 @@ public:
         const wxString path = wxString::Format("%s/%s/%s.mo", folder_, language, domain);
         if (!wxFileName::FileExists(path) || isSoundCatalog(contentOf(path)))
             return wxFileTranslationsLoader::LoadCatalog(domain, language);
-        wxLogMessage("Damaged catalog %s is not used", path);
+        wxLogMessage("[Languages] Damaged catalog %s is not used", path);
         return nullptr;
     }
 

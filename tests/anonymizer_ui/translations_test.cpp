@@ -3,12 +3,14 @@
 #include <filesystem>
 #include <string>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <wx/intl.h>
 #include <wx/translation.h>
 
 #include "hints.h"
 #include "languages.h"
+#include "support/log_capture.h"
 #include "support/message_catalog.h"
 #include "support/temp_folder.h"
 
@@ -117,4 +119,24 @@ TEST_F(Translations, ADoubleAmpersandOfALabelIsSingleInTheHint) {
             std::_Exit(0);
         },
         testing::ExitedWithCode(0), "Open the video by selecting Datei & mehr > Open... in the menu");
+}
+
+TEST_F(Translations, ACatalogThatIsDamagedOrMayNotBeReadIsToldAndNotUsed) {
+    const fs::path catalog = folder_.path() / "de" / "main.mo";
+    const std::string told = "[Languages] Damaged catalog " + catalog.u8string() + " is not used";
+    {
+        write("de/main.mo", "no catalog");
+        const test::LogCapture log;
+        startIn("de");
+        EXPECT_THAT(log.lines(wxLOG_Message), testing::Contains(told));
+        EXPECT_EQ(tools(), "&Tools");
+    }
+    makeCatalog("de", "&Werkzeuge");
+    fs::permissions(catalog, fs::perms::none);
+    fs::permissions(folder_.path(), fs::perms::others_read | fs::perms::others_exec, fs::perm_options::add);
+    const test::LogCapture log;
+    const test::WithoutPrivileges ordinaryUser;
+    startIn("de");
+    EXPECT_THAT(log.lines(wxLOG_Message), testing::Contains(told));
+    EXPECT_EQ(tools(), "&Tools");
 }

@@ -185,10 +185,10 @@ class Start(menus.MenuTest):
         app = self.start_program(program, env={"LANGUAGE": "de", "LC_ALL": "C.UTF-8"})
         app.main_window()
         app.wait_log(r"^\[VideoPlayerThread\] created")
-        steps = [re.search(r"Could not find Doriq|Damaged catalog|VideoPlayerThread\] created", line)
+        steps = [re.search(r"Could not find Doriq|\[Languages\] Damaged catalog|VideoPlayerThread\] created", line)
                  for line in app.log()]
         self.assertEqual([step.group() for step in steps if step],
-                         ["Could not find Doriq", "Damaged catalog", "VideoPlayerThread] created"])
+                         ["Could not find Doriq", "[Languages] Damaged catalog", "VideoPlayerThread] created"])
 
     def test_the_defaults_are_there_before_the_detection_library(self):
         library = os.path.join(driver.options.tools, "..", "lib", "tests", "fake_doriq.so")
