@@ -1,11 +1,13 @@
 #include <algorithm>
 #include <cstdlib>
+#include <limits>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 extern "C" {
 #include <libavutil/frame.h>
+#include <libavutil/mem.h>
 #include <libavutil/pixdesc.h>
 #include <libswscale/swscale.h>
 }
@@ -131,6 +133,28 @@ TEST(RgbaConverter, RefusesAnEmptyPictureAndAnEmptyTarget) {
     const auto picture = makePicture(AV_PIX_FMT_YUV420P, 8, 8);
     pxl::Image empty;
     EXPECT_FALSE(converter.convert(*picture, video::kColorMatrixUnspecified, empty));
+}
+
+TEST(RgbaConverter, RefusesAPictureForWhosePaddedRowsThereIsNoMemory) {
+    constexpr int kWidth = 1920;
+    constexpr int kHeight = 1080;
+    const auto picture = makePicture(AV_PIX_FMT_YUV420P, kWidth, kHeight);
+    ASSERT_TRUE(picture);
+    fillGrey(*picture, 60);
+    pxl::Image even(kWidth, kHeight);
+    pxl::Image odd(kWidth - 1, kHeight);
+    ffmpeg::RgbaConverter converter;
+    const auto convert = [&](pxl::Image& target) {
+        return converter.convert(*picture, video::kColorMatrixUnspecified, target);
+    };
+    // Enough for everything else.
+    av_max_alloc(std::size_t{4} * kWidth * kHeight / 2);
+    const bool withoutRows = convert(even);
+    const bool withRows = convert(odd);
+    av_max_alloc(std::numeric_limits<int>::max());
+    EXPECT_TRUE(withoutRows);
+    EXPECT_FALSE(withRows);
+    EXPECT_TRUE(convert(odd)) << "there is memory again";
 }
 
 struct Rgb {

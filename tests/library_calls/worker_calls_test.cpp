@@ -35,6 +35,18 @@ TEST_F(WorkerCalls, ADiskThatGivesUpOnTheWayIsTheReasonOfTheFailure) {
     EXPECT_FALSE(wxFileName::Exists(output));
 }
 
+TEST_F(WorkerCalls, AnEncoderThatTheLibraryLacksIsNotTried) {
+    const auto info = prepare("two_frames.mp4");
+    test::libraryHooks().avcodec_find_encoder = [](AVCodecID) -> const AVCodec* { return nullptr; };
+    const test::LogCapture log;
+    const auto ended = run(makeWorker(info));
+    EXPECT_EQ(ended.result, ExportResult::Failed);
+    EXPECT_EQ(ended.text, "There is no video encoder.");
+    EXPECT_TRUE(log.contains("No h264 encoder. Fallback MPEG4"));
+    EXPECT_FALSE(log.contains("[video encoder] Could not find encoder"));
+    EXPECT_FALSE(wxFileName::Exists(output));
+}
+
 TEST_F(WorkerCalls, ADetectionPassTellsTheReasonToo) {
     const auto info = prepare("plain.mp4");
     std::atomic<int> read{0};
