@@ -128,7 +128,12 @@ void MainFrame::bindCommands() {
         wxEVT_MENU, [this](wxCommandEvent& event) { onChoice(event.GetId()); }, commands::kFirstPreblur,
         commands::kSpeed4x);
     Bind(
-        wxEVT_MENU, [this](wxCommandEvent&) { chooseLanguage(this); }, commands::kLanguage);
+        wxEVT_MENU,
+        [this](wxCommandEvent&) {
+            canvas_->pause();
+            chooseLanguage(this);
+        },
+        commands::kLanguage);
     Bind(
         wxEVT_MENU,
         [this](wxCommandEvent&) {
@@ -137,7 +142,12 @@ void MainFrame::bindCommands() {
         },
         wxID_EXIT);
     Bind(
-        wxEVT_MENU, [](wxCommandEvent&) { showAboutBox(); }, wxID_ABOUT);
+        wxEVT_MENU,
+        [this](wxCommandEvent&) {
+            canvas_->pause();
+            showAboutBox();
+        },
+        wxID_ABOUT);
 }
 
 void MainFrame::onChoice(int id) {

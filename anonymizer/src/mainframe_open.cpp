@@ -30,6 +30,8 @@ constexpr const char* kTitle = "Tarvex Shroud";
 void MainFrame::onOpen() {
     if (isBusy())
         return;
+    // A button held down would record under the dialog, unseen.
+    canvas_->pause();
     wxString path;
     {
         const ScopedFlag choosing(choosingFile_);

@@ -52,6 +52,8 @@ void MainFrame::OnAI(wxCommandEvent&) {
 void MainFrame::onExport() {
     if (isBusy() || !ready_)
         return;
+    // A button held down would record under the dialog, unseen.
+    canvas_->pause();
     const int64_t openNumber = openNumber_;
     const auto path = chooseExportPath();
     // A video opened meanwhile has no blurs yet, and the name was chosen for another.
