@@ -96,7 +96,7 @@ void MainFrame::onClose(wxCloseEvent& event) {
     if (worker_ != Worker::None && event.CanVeto())
         event.Veto();
     else
-        leave();
+        stopExport([this] { leave(); });
 }
 
 void MainFrame::leave() {

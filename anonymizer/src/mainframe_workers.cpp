@@ -1,6 +1,8 @@
 #include <memory>
 #include <utility>
+#include <vector>
 
+#include <wx/app.h>
 #include <wx/filedlg.h>
 #include <wx/filename.h>
 #include <wx/intl.h>
@@ -15,6 +17,7 @@
 #include "scopedflag.h"
 #include "switches.h"
 #include "videocanvas.h"
+#include "videonotices.h"
 #include "windowlink.h"
 
 void MainFrame::startWorker(Worker worker, const wxString& title, const wxString& message) {
@@ -98,11 +101,17 @@ void MainFrame::exportTo(const wxString& outputPath) {
     std::unique_ptr<ExportWorker> worker(
         createExportWorker(switches::editingMode, outputPath, videoInfo(), link_.get()));
     const auto running = std::make_shared<RunningThread>(*worker);
-    worker->setDone([this, running, link = link_, outputPath](ExportResult result, const wxString& reason) {
+    worker->setDone([this, running, link = link_, outputPath,
+                     exporting = worker.get()](ExportResult result, const wxString& reason) {
         running->ends();
-        link->queue([this, result, outputPath, reason] {
-            calls_.run([this, result, outputPath, reason] {
+        const std::vector<wxString> notices = result == ExportResult::Failed
+                                                  ? std::vector<wxString>()
+                                                  : noticesForExport(exporting->skippedFrames());
+        link->queue([this, result, outputPath, reason, notices] {
+            calls_.run([this, result, outputPath, reason, notices] {
                 endExport();
+                for (const wxString& notice : notices)
+                    addBar(notice, wxICON_WARNING, true);
                 // Shown outside the queue: a box waits for the user, and the next call must not wait for it.
                 CallAfter([this, result, outputPath, reason] { onExportDone(result, outputPath, reason); });
             });
@@ -139,6 +148,9 @@ void MainFrame::endExport() {
 }
 
 void MainFrame::onExportDone(ExportResult result, const wxString& outputPath, const wxString& reason) {
+    // The window would be deleted under the box, by the box's own event loop.
+    if (wxPendingDelete.Member(this))
+        return;
     if (result == ExportResult::Failed)
         showError(wxString::Format(_("Error while exporting the video file %s: %s"), outputPath, reason));
 }

@@ -57,3 +57,10 @@ std::vector<wxString> noticesFor(const AiReport& report) {
                             "Look at the whole video before you export it."));
     return notices;
 }
+
+std::vector<wxString> noticesForExport(int64_t skippedFrames) {
+    if (skippedFrames <= 0)
+        return {};
+    return {wxString::Format(_("Frames that could not be converted are missing in the exported video: %s"),
+                             wxString() << skippedFrames)};
+}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include <wx/string.h>
@@ -13,3 +14,7 @@ std::vector<wxString> noticesFor(const video::VideoInfo& info, bool variableRate
 
 /// What the user should know about a detection pass before relying on it, in words; usually nothing.
 std::vector<wxString> noticesFor(const AiReport& report);
+
+/// What the user should know about an exported file, in words; usually nothing. `skippedFrames`: how many
+/// frames of the video are missing in it (exportworker.h).
+std::vector<wxString> noticesForExport(int64_t skippedFrames);

@@ -84,3 +84,10 @@ TEST(DetectionNotices, TellOnceAboutALibraryThatMisbehaves) {
     ASSERT_EQ(noticesFor(report).size(), 1u) << "the same advice";
     EXPECT_TRUE(noticesFor(report)[0].StartsWith("The detection failed on some frames"));
 }
+
+TEST(ExportNotices, TellHowManyFramesAreMissing) {
+    EXPECT_TRUE(noticesForExport(0).empty());
+    ASSERT_EQ(noticesForExport(12).size(), 1u);
+    EXPECT_EQ(noticesForExport(12)[0],
+              "Frames that could not be converted are missing in the exported video: 12");
+}

@@ -1,7 +1,10 @@
 #include "mainframe_fixture.h"
 
+#include <atomic>
 #include <filesystem>
+#include <future>
 #include <mutex>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <wx/app.h>
@@ -10,6 +13,7 @@
 
 #include "commands.h"
 #include "filedroptarget.h"
+#include "support/library_calls.h"
 #include "support/no_more_threads.h"
 
 namespace fs = std::filesystem;
@@ -32,6 +36,30 @@ protected:
         EXPECT_EQ(blurCount(), 1u);
         EXPECT_TRUE(frame_->IsEnabled());
     }
+};
+
+/// The blur store in the hands of another thread.
+class HeldStore {
+public:
+    HeldStore()
+        : thread_([this] {
+              const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
+              held_.set_value();
+              released_.get_future().wait();
+          }) {
+        held_.get_future().wait();
+    }
+    ~HeldStore() {
+        released_.set_value();
+        thread_.join();
+    }
+    HeldStore(const HeldStore&) = delete;
+    HeldStore& operator=(const HeldStore&) = delete;
+
+private:
+    std::promise<void> held_;
+    std::promise<void> released_;
+    std::thread thread_;
 };
 
 } // namespace
@@ -221,21 +249,66 @@ TEST_F(MainFrameExport, NothingIsExportedBeforeTheVideoIsReady) {
     EXPECT_EQ(folder_.listing(), "");
 }
 
-TEST_F(MainFrameExport, AWindowThatHasToCloseLeavesTheWorkerUnharmed) {
+TEST_F(MainFrameExport, AWindowThatHasToCloseStopsTheWorkerAndGoesOnceItsFileIsClosed) {
     openReady("gop_250.mp4");
     const std::string output = folder_.file("out.mp4");
-    frame_->exportTo(wxString::FromUTF8(output));
     const wxWeakRef<wxWindow> window(frame_);
+    {
+        // The worker can't come to its end meanwhile.
+        const HeldStore held;
+        frame_->exportTo(wxString::FromUTF8(output));
+        frame_->Close(true);
+        EXPECT_FALSE(wxPendingDelete.Member(frame_)) << "the file has no index yet";
+        frame_->Close(true);
+    }
+    ASSERT_TRUE(test::runUntil([&] { return !window; }));
+    EXPECT_THAT(test::readFile(output), testing::HasSubstr("moov")) << "its index";
+    EXPECT_TRUE(dialogs_.boxes.empty());
+    makeWindow();
+    openReady("odd_321x181.mp4");
+    EXPECT_TRUE(test::runUntil([this] { return log_.contains("[VideoExportThread] Thread destroyed"); }));
+}
+
+TEST_F(MainFrameExport, AWindowThatHasToCloseDoesNotWaitForABox) {
+    openReady("odd_321x181.mp4");
+    const wxWeakRef<wxWindow> window(frame_);
+    frame_->exportTo(wxString::FromUTF8(folder_.file("missing/out.mp4")));
     frame_->Close(true);
     ASSERT_TRUE(test::runUntil([&] { return !window; }));
-    frame_ = new MainFrame("Tarvex Shroud", wxDefaultPosition, wxSize(800, 580));
-    frame_->Show();
-    EXPECT_FALSE(log_.contains("[VideoExportThread] Thread destroyed")) << "it is not waited for";
-    ASSERT_TRUE(test::runUntil([this] { return log_.contains("[VideoExportThread] Thread destroyed"); }));
     test::runPending();
-    openReady("odd_321x181.mp4");
-    EXPECT_GT(fs::file_size(fs::u8path(output)), 1000u);
     EXPECT_TRUE(dialogs_.boxes.empty());
+    EXPECT_FALSE(log_.lines(wxLOG_Error).empty()) << "the failure is in the log";
+    makeWindow();
+}
+
+TEST_F(MainFrameExport, FramesThatCouldNotBeConvertedAreToldInABar) {
+    constexpr int kMissing = 3;
+    const test::LibraryHooksReset reset;
+    std::atomic<bool> exporting{false};
+    std::atomic<int> conversions{0};
+    test::libraryHooks().sws_getContext = [&](int srcW, int srcH, AVPixelFormat srcFormat, int dstW, int dstH,
+                                              AVPixelFormat dstFormat, int flags, SwsFilter* srcFilter,
+                                              SwsFilter* dstFilter, const double* parameters) -> SwsContext* {
+        const int number = dstFormat == AV_PIX_FMT_RGBA && exporting ? ++conversions : 0;
+        // The player may still convert one or two for the screen.
+        if (number > 10 && number <= 10 + kMissing)
+            return nullptr;
+        return test::real::sws_getContext(srcW, srcH, srcFormat, dstW, dstH, dstFormat, flags, srcFilter,
+                                          dstFilter, parameters);
+    };
+    openReady("plain.mp4");
+    exporting = true;
+    exportTo(folder_.file("out.mp4"));
+    EXPECT_TRUE(dialogs_.boxes.empty());
+    EXPECT_THAT(bars(),
+                testing::ElementsAre(testing::AllOf(testing::StartsWith("Frames that could not be converted"),
+                                                    testing::EndsWith(": 3"))));
+    openReady("odd_321x181.mp4");
+    EXPECT_TRUE(bars().empty()) << "it was about the video before";
+    // No thread of a player may be there when the library's own functions come back.
+    frame_->Destroy();
+    test::runPending();
+    makeWindow();
 }
 
 TEST_F(MainFrameExport, AWindowMayHaveToCloseWithinAnUpdateOfItsProgress) {
