@@ -81,8 +81,8 @@ public:
     virtual int64_t frameIndex() const = 0;
     /// Empties the codec and sets the frame number to 0. The position in the file stays.
     virtual void reset() = 0;
-    /// Prepares `next` to deliver exactly frame `frame`, 1 … frameCount. False when out of range or the file
-    /// can't be positioned.
+    /// Prepares `next` to deliver exactly frame `frame`, 1 … frameCount. False when out of range, and when
+    /// the file can't be positioned: `next` then reads on from where it stands until that frame comes.
     virtual bool seek(int frame) = 0;
     /// Decodes the next frame. False at the end of the file and on read errors.
     virtual bool next() = 0;

@@ -182,7 +182,11 @@ bool Decoder_ffmpeg::decodeNext(FrameDetails* details) {
     if (!codecContext_)
         return false;
     av_frame_unref(frame_.get());
-    while (!interrupted(this) && !seekIsAbandoned() && av_read_frame(format_.get(), packet_.get()) >= 0) {
+    int result = 0;
+    while (!interrupted(this) && !seekIsAbandoned()) {
+        result = av_read_frame(format_.get(), packet_.get());
+        if (result < 0)
+            break;
         bool delivered = false;
         if (packet_->stream_index == streamIndex_)
             delivered = decodePacket(details);
@@ -191,6 +195,10 @@ bool Decoder_ffmpeg::decodeNext(FrameDetails* details) {
             return true;
     }
     noteError(format_->pb ? format_->pb->error : 0);
+    // A target that never comes must not swallow whatever is played next; one given up on its way is still
+    // ahead.
+    if (result == AVERROR_EOF)
+        seekPending_ = false;
     return false;
 }
 
@@ -299,15 +307,13 @@ bool Decoder_ffmpeg::seek(int frame) {
     if (frame > info(stated).frameCount)
         return false;
     reset();
-    seekPending_ = false;
-    const int64_t landing = std::max<int64_t>(0, static_cast<int64_t>(frame) - codecContext_->gop_size -
-                                                     codecContext_->delay - 1);
-    if (av_seek_frame(format_.get(), streamIndex_, frameDts_[landing], AVSEEK_FLAG_BACKWARD) < 0)
-        return false;
+    // Also when the file can't be positioned: read on from anywhere else, frames would be counted from 1.
     seekTargetDts_ = frameDts_[frame];
     seekTargetFrame_ = frame;
     seekPending_ = true;
-    return true;
+    const int64_t landing = std::max<int64_t>(0, static_cast<int64_t>(frame) - codecContext_->gop_size -
+                                                     codecContext_->delay - 1);
+    return av_seek_frame(format_.get(), streamIndex_, frameDts_[landing], AVSEEK_FLAG_BACKWARD) >= 0;
 }
 
 video::VideoInfo& Decoder_ffmpeg::info(video::VideoInfo& out) {
