@@ -13,6 +13,10 @@ sanitizer_packages="clang libclang-rt-14-dev"
 
 # install_missing PACKAGE… : asks apt for those that are not installed yet.
 install_missing() {
+    if ! command -v dpkg-query >/dev/null; then
+        echo "This is no Debian: docs/dependencies.md says what has to be installed." >&2
+        return 0
+    fi
     missing=""
     for package in "$@"; do
         case "$(dpkg-query -W -f '${Status}' "$package" 2>/dev/null)" in
