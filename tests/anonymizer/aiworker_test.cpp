@@ -17,6 +17,7 @@
 #include "support/detection_pass.h"
 #include "support/log_capture.h"
 #include "support/paths.h"
+#include "support/patience.h"
 #include "workerend.h"
 
 using blurtrack::BlurEntry;
@@ -309,12 +310,12 @@ TEST_F(AiWorkerPass, AStopRequestEndsTheDetectionAndPostProcessesWhatWasFound) {
             return;
         waiting = false;
         firstFrame.set_value();
-        stopRequested.get_future().wait();
+        test::waitFor(stopRequested.get_future());
     };
     AiOverrides overrides;
     overrides.preblurSeconds = 1;
     const AiReport report = test::runPass(source, progress, overrides, [&](AiWorker& worker) {
-        firstFrame.get_future().wait();
+        test::waitFor(firstFrame.get_future());
         worker.Delete();
         stopRequested.set_value();
     });

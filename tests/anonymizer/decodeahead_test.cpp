@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/patience.h"
+
 namespace {
 
 /// Delivers `frames` pictures whose first pixel is their number.
@@ -141,7 +143,7 @@ TEST(DecodeAhead, DroppingItRaisesTheStopFlagInsideALongRead) {
     };
     {
         DecodeAhead stage(decoder, 4, 2, stop);
-        reading.get_future().wait();
+        test::waitFor(reading.get_future());
     }
     EXPECT_EQ(decoder->decoded, 1);
 }
@@ -163,7 +165,7 @@ TEST(DecodeAhead, StopFlagRaisedByOthersEndsTheVideoForTheOneWhoWaits) {
     EXPECT_TRUE(stage.next());
     EXPECT_TRUE(stage.next());
     std::thread other([&] {
-        reading.get_future().wait();
+        test::waitFor(reading.get_future());
         stop = true;
     });
     EXPECT_THROW(stage.next(), std::runtime_error);

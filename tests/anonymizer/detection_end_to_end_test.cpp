@@ -20,6 +20,7 @@
 #include "support/log_capture.h"
 #include "support/media_probe.h"
 #include "support/paths.h"
+#include "support/patience.h"
 #include "switches.h"
 
 using blurtrack::BlurEntry;
@@ -106,7 +107,7 @@ protected:
             createExportWorker(switches::kBlurMode, wxString::FromUTF8(path), source, &silent);
         worker->setDone([outcome](ExportResult result, const wxString&) { outcome->set_value(result); });
         ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
-        ASSERT_EQ(outcome->get_future().get(), ExportResult::Success);
+        ASSERT_EQ(test::valueOf(outcome->get_future()), ExportResult::Success);
     }
 
     test::AiFolder folder;

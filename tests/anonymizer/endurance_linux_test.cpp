@@ -31,12 +31,12 @@ protected:
         player->setOnReady([ready] { ready->set_value(); });
         wxString error;
         EXPECT_TRUE(player->open(test::clipPath(name), error)) << error;
-        EXPECT_EQ(ready->get_future().wait_for(kPatience), std::future_status::ready);
+        EXPECT_EQ(ready->get_future().wait_for(test::kPatience), std::future_status::ready);
         return player;
     }
     /// Waits for the thread that ends last.
     static bool threadsAreBackTo(long count) {
-        const auto end = std::chrono::steady_clock::now() + kPatience;
+        const auto end = std::chrono::steady_clock::now() + test::kPatience;
         while (test::Footprint::now().threads > count)
             if (std::chrono::steady_clock::now() > end)
                 return false;
@@ -78,7 +78,7 @@ TEST_F(Endurance, SeekingLeavesNothingBehind) {
             shown = delivered.get_future();
         }
         player->seek(frame);
-        ASSERT_EQ(shown.wait_for(kPatience), std::future_status::ready);
+        ASSERT_EQ(shown.wait_for(test::kPatience), std::future_status::ready);
         ASSERT_EQ(shown.get(), frame);
         // What other threads log waits for the main thread's event loop, which there is none of.
         wxLog::FlushActive();
@@ -100,7 +100,7 @@ TEST_F(Endurance, ExportingLeavesNothingBehind) {
         std::promise<ExportResult> ended;
         worker->setDone([&](ExportResult result, const wxString&) { ended.set_value(result); });
         ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
-        ASSERT_EQ(ended.get_future().get(), ExportResult::Success);
+        ASSERT_EQ(test::valueOf(ended.get_future()), ExportResult::Success);
         ASSERT_TRUE(threadsAreBackTo(threads));
         watch.look(round);
     }

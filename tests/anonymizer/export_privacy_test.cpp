@@ -62,12 +62,12 @@ TEST_P(ExportPrivacy, ACancelledFileToo) {
     progress.onUpdate = [&](int32_t value) {
         if (value == 100) {
             reached.set_value();
-            goOn.get_future().wait();
+            test::waitFor(goOn.get_future());
         }
     };
     test::TestWorker* worker = makeWorkerFor("audio_first.mp4");
     start(worker);
-    reached.get_future().wait();
+    test::waitFor(reached.get_future());
     worker->Delete();
     goOn.set_value();
     EXPECT_EQ(await().result, ExportResult::Cancelled);

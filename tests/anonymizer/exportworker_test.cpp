@@ -112,7 +112,7 @@ TEST_F(ExportWorkerTest, CompletionComesAfterTheProgressHasFinished) {
         done.set_value();
     });
     ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
-    done.get_future().wait();
+    test::waitFor(done.get_future());
     ASSERT_FALSE(callsAtCompletion.empty());
     EXPECT_EQ(callsAtCompletion.back(), "finish");
 }
@@ -142,9 +142,8 @@ TEST_F(ExportWorkerTest, EndsInTheStatedOrderAndHoldsNoLock) {
     std::weak_ptr<video::Decoder> decoder;
     const auto note = [&](const std::string& what) {
         // Another thread must get the store now.
-        std::async(std::launch::async, [] {
-            const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
-        }).wait();
+        test::waitFor(std::async(std::launch::async,
+                                 [] { const std::lock_guard<std::mutex> lock(blurtrack::store().mutex); }));
         // Whoever decodes ahead holds the decoder as long as the decode target.
         const bool targetExists = decoder.use_count() > 1;
         order.push_back(what + (targetExists ? ", target" : ""));
@@ -167,7 +166,7 @@ TEST_F(ExportWorkerTest, EndsInTheStatedOrderAndHoldsNoLock) {
         completed->set_value();
     });
     ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
-    completed->get_future().wait();
+    test::waitFor(completed->get_future());
     EXPECT_EQ(order, (Lines{"start", "encode, target", "update 0, target", "encode, target", "encoder finish",
                             "progress finish", "encoder released", "decoder released", "completion"}));
 }
@@ -185,7 +184,7 @@ TEST_F(ExportWorkerTest, RunsWithoutACompletionCallback) {
         return std::make_shared<Watched>(settings, gone);
     };
     ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
-    gone.get_future().wait();
+    test::waitFor(gone.get_future());
     EXPECT_EQ(test::probe(output).packets.size(), 2u);
 }
 
@@ -264,7 +263,7 @@ TEST_F(ExportWorkerTest, TwoExportsAndAnEditingUserGetAlong) {
     for (int64_t frame = 1; frame <= 250; ++frame)
         addBlur(frame, {100, 60, 40, 40}, 1000 + frame);
     EXPECT_EQ(await().result, ExportResult::Success);
-    EXPECT_EQ(second.get_future().get(), ExportResult::Success);
+    EXPECT_EQ(test::valueOf(second.get_future()), ExportResult::Success);
     EXPECT_EQ(test::probe(dir.file("second.mp4")).packets.size(), 250u);
 }
 
@@ -420,7 +419,7 @@ TEST_F(ExportWorkerTest, SourcesWithoutAPictureFail) {
             ended.set_value({result, text.utf8_string()});
         });
         ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
-        const auto [result, text] = ended.get_future().get();
+        const auto [result, text] = test::valueOf(ended.get_future());
         EXPECT_EQ(result, ExportResult::Failed) << clip;
         EXPECT_NE(text, "") << clip;
         EXPECT_EQ(calls.calls().back(), "finish") << clip;
@@ -436,7 +435,7 @@ TEST_F(ExportWorkerTest, DamagedSourcesGiveWhatCanBeDecoded) {
         auto* worker = createExportWorker(switches::kBlurMode, output, info, &progress);
         worker->setDone([&ended](ExportResult result, const wxString&) { ended.set_value(result); });
         ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
-        EXPECT_EQ(ended.get_future().get(), ExportResult::Success) << clip;
+        EXPECT_EQ(test::valueOf(ended.get_future()), ExportResult::Success) << clip;
         EXPECT_EQ(test::probe(output).packets.size(), static_cast<std::size_t>(info.frameCount)) << clip;
     }
 }
@@ -454,7 +453,7 @@ TEST_F(ExportWorkerTest, SourceIsNeverWrittenTo) {
         auto* worker = createExportWorker(switches::kBlurMode, dir.file(name), info, &calls);
         worker->setDone([&ended](ExportResult result, const wxString&) { ended.set_value(result); });
         ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
-        EXPECT_EQ(ended.get_future().get(), ExportResult::Failed) << name;
+        EXPECT_EQ(test::valueOf(ended.get_future()), ExportResult::Failed) << name;
         EXPECT_EQ(calls.calls().back(), "finish") << name;
         EXPECT_TRUE(bytesOf(info.path) == original) << name;
     }
@@ -471,7 +470,7 @@ TEST_F(ExportWorkerTest, EveryTruncatedSourceGivesTheFramesOfTheScanOrFailsClear
             ended.set_value({result, text.utf8_string()});
         });
         ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
-        const auto [result, text] = ended.get_future().get();
+        const auto [result, text] = test::valueOf(ended.get_future());
         if (result == ExportResult::Success) {
             EXPECT_GT(info.frameCount, 0) << clip;
             EXPECT_EQ(test::probe(output).packets.size(), static_cast<std::size_t>(info.frameCount)) << clip;
@@ -580,14 +579,14 @@ TEST_F(ExportWorkerTest, StopRequestReachesAStalledRead) {
         // As the contract asks: the worker is not gone before Delete has returned.
         std::promise<void> deleted;
         worker->setDone([outcome, done = deleted.get_future().share()](ExportResult result, const wxString&) {
-            done.wait();
+            test::waitFor(done);
             outcome->set_value(result);
         });
         ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
-        stalled.get_future().wait();
+        test::waitFor(stalled.get_future());
         worker->Delete();
         deleted.set_value();
-        EXPECT_EQ(outcome->get_future().get(), ExportResult::Cancelled);
+        EXPECT_EQ(test::valueOf(outcome->get_future()), ExportResult::Cancelled);
         // The decoder is ahead of the encoder: the stop may come before all of its pictures are written.
         EXPECT_LE(test::probe(output).packets.size(), static_cast<std::size_t>(stalledFrame - 1));
     }
@@ -624,12 +623,12 @@ TEST_F(ExportWorkerTest, CancelledExportLeavesAReadableShorterFile) {
     progress.onUpdate = [&](int32_t value) {
         if (value == 100) {
             reached.set_value();
-            goOn.get_future().wait();
+            test::waitFor(goOn.get_future());
         }
     };
     auto* worker = makeWorker(prepare("plain.mp4"));
     start(worker);
-    reached.get_future().wait();
+    test::waitFor(reached.get_future());
     worker->Delete();
     goOn.set_value();
     const auto ended = await();
@@ -647,11 +646,11 @@ TEST_F(ExportWorkerTest, CancelledBeforeTheFirstFrameItStillEndsProperly) {
     std::promise<void> goOn;
     progress.onStart = [&] {
         reached.set_value();
-        goOn.get_future().wait();
+        test::waitFor(goOn.get_future());
     };
     auto* worker = makeWorker(prepare("plain.mp4"));
     start(worker);
-    reached.get_future().wait();
+    test::waitFor(reached.get_future());
     worker->Delete();
     goOn.set_value();
     EXPECT_EQ(await().result, ExportResult::Cancelled);

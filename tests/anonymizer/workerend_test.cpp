@@ -9,6 +9,8 @@
 #include <gtest/gtest.h>
 #include <wx/log.h>
 
+#include "support/patience.h"
+
 namespace {
 
 /// The active log target while it lives. Like the log file it gets the lines of a thread when somebody
@@ -33,7 +35,7 @@ private:
 
 TEST(WorkerEnd, AWorkerStillAtWorkIsNotWaitedFor) {
     std::promise<void> stop;
-    std::thread worker([stopped = stop.get_future()] { stopped.wait(); });
+    std::thread worker([stopped = stop.get_future()] { test::waitFor(stopped); });
     // One that has not come to its end holds up nobody; the test would hang here.
     workerend::wait(std::chrono::hours(24));
     stop.set_value();
@@ -49,7 +51,7 @@ TEST(WorkerEnd, TheLastLinesOfAWorkerAreWritten) {
         begun.set_value();
         wxLogMessage("[Worker] Thread destroyed");
     });
-    begun.get_future().wait();
+    test::waitFor(begun.get_future());
     workerend::wait(std::chrono::seconds(30));
     worker.join();
     ASSERT_EQ(log.lines.size(), 1u);

@@ -375,5 +375,7 @@ TEST_F(EncoderCalls, WithoutAScalerTheFrameIsMissingAndToldOnce) {
         encoder.encode(std::make_shared<Picture>(64, 48));
     encoder.finish();
     EXPECT_EQ(encoder.encodedFrames(), 0);
-    EXPECT_EQ(log.lines().size(), 1u);
+    EXPECT_EQ(encoder.failureText(), "Invalid argument");
+    EXPECT_EQ(log.lines(), Lines{"[video encoder] Invalid argument"});
+    EXPECT_EQ(log.lines(wxLOG_Error), log.lines());
 }

@@ -67,7 +67,7 @@ TEST_F(WorkerCalls, ADetectionPassTellsTheReasonToo) {
     worker->setOverrides(withoutSettings);
     worker->setDone([done] { done->set_value(); });
     ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
-    done->get_future().wait();
+    test::waitFor(done->get_future());
     EXPECT_TRUE(report->brokeOff);
     EXPECT_EQ(log.lines(wxLOG_Error),
               (std::vector<std::string>{"[AI] The pass saw 119 of 250 frames", "[AI] Input/output error"}));

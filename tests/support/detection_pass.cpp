@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "blurtrack.h"
+#include "support/patience.h"
 #include "video_backend_ffmpeg.h"
 
 namespace test {
@@ -63,7 +64,7 @@ AiReport runPass(const video::VideoInfo& source, ProgressLog& progress, const Ai
         throw std::runtime_error("the pass does not start");
     if (whileRunning)
         whileRunning(*worker);
-    done->get_future().wait();
+    test::waitFor(done->get_future());
     return *report;
 }
 

@@ -17,6 +17,7 @@
 #include "support/clip_decoding.h"
 #include "support/log_capture.h"
 #include "support/media_probe.h"
+#include "support/patience.h"
 #include "support/recording_progress.h"
 #include "support/temp_dir.h"
 #include "switches.h"
@@ -102,22 +103,16 @@ protected:
 
     /// Waits for the completion, and where the fixture made the worker, until it is gone.
     Ended await() {
-        auto ended = ended_->get_future();
-        auto gone = gone_->get_future();
-        if (ended.wait_for(kPatience) != std::future_status::ready ||
-            (watched_ && gone.wait_for(kPatience) != std::future_status::ready)) {
-            ADD_FAILURE() << "the worker did not end";
-            std::abort();
-        }
-        return ended.get();
+        Ended ended = valueOf(ended_->get_future());
+        if (watched_)
+            waitFor(gone_->get_future());
+        return ended;
     }
 
     Ended run(ExportWorker* worker) {
         start(worker);
         return await();
     }
-
-    static constexpr std::chrono::minutes kPatience{4};
 
     TempDir dir;
     wxString output;

@@ -14,6 +14,10 @@ int main(int argc, char** argv) {
     // What the GUI library takes from the environment, and what the programs then set for themselves.
     std::setlocale(LC_ALL, "");
     platform::setTextEncoding();
+#ifdef LC_MESSAGES
+    // The tests know the system's words in English.
+    std::setlocale(LC_MESSAGES, "C");
+#endif
     testing::InitGoogleTest(&argc, argv);
     wxInitializer initializer;
     if (!initializer.IsOk()) {
