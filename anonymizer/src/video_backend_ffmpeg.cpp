@@ -38,6 +38,11 @@ bool isSystemError(int code) {
     return code < 0 && AVUNERROR(code) <= kLargestErrno && code != AVERROR(EINVAL);
 }
 
+/// Of a reading function's results.
+bool isFailure(int code) {
+    return code < 0 && code != AVERROR_EOF;
+}
+
 } // namespace
 
 Frame_ffmpeg::Frame_ffmpeg(pxl::Image image, int64_t frameIndex)
@@ -168,7 +173,9 @@ void Decoder_ffmpeg::close() {
     streamIndex_ = -1;
     currentFrame_ = 0;
     seekPending_ = false;
+    framesLost_ = false;
     frameDts_.clear();
+    sameDtsBefore_.clear();
     scanned_ = false;
     variableRate_ = false;
     converter_.clear();
@@ -183,10 +190,18 @@ bool Decoder_ffmpeg::decodeNext(FrameDetails* details) {
         return false;
     av_frame_unref(frame_.get());
     int result = 0;
-    while (!interrupted(this) && !seekIsAbandoned()) {
+    while (!framesLost_ && !interrupted(this) && !seekIsAbandoned()) {
         result = av_read_frame(format_.get(), packet_.get());
-        if (result < 0)
+        // A packet may come all the same, cut short.
+        const int diskError = format_->pb ? format_->pb->error : 0;
+        if (result < 0 || isFailure(diskError)) {
+            framesLost_ = result != AVERROR_EOF || isFailure(diskError);
+            noteError(diskError);
+            if (result == AVERROR(ENOMEM))
+                noteError(result);
+            av_packet_unref(packet_.get());
             break;
+        }
         bool delivered = false;
         if (packet_->stream_index == streamIndex_)
             delivered = decodePacket(details);
@@ -194,7 +209,6 @@ bool Decoder_ffmpeg::decodeNext(FrameDetails* details) {
         if (delivered)
             return true;
     }
-    noteError(format_->pb ? format_->pb->error : 0);
     // A target that never comes must not swallow whatever is played next; one given up on its way is still
     // ahead.
     if (result == AVERROR_EOF)
@@ -204,7 +218,7 @@ bool Decoder_ffmpeg::decodeNext(FrameDetails* details) {
 
 /// Reading ends alike with the file and with an error of the disk; only what lies below knows which it was.
 void Decoder_ffmpeg::noteError(int code) {
-    if (code >= 0 || code == AVERROR_EOF || code == AVERROR_EXIT || !readError_.empty())
+    if (!isFailure(code) || code == AVERROR_EXIT || !readError_.empty())
         return;
     readError_ = ffmpeg::errorText(code);
 }
@@ -232,9 +246,12 @@ bool Decoder_ffmpeg::decodePacket(FrameDetails* details) {
             };
         return true;
     }
-    // Damaged pictures are passed over in silence; one that only found no room is missing from a sound file.
-    if (result == AVERROR(ENOMEM))
+    // Damaged pictures are passed over in silence by everyone who reads the file; one that only found no room
+    // is missing from a sound file this time.
+    if (result == AVERROR(ENOMEM)) {
+        framesLost_ = true;
         noteError(result);
+    }
     return false;
 }
 
@@ -244,7 +261,7 @@ bool Decoder_ffmpeg::isWanted(const AVFrame& frame) {
         ++currentFrame_;
         return true;
     }
-    if (frame.pkt_dts != seekTargetDts_)
+    if (frame.pkt_dts != seekTargetDts_ || sameDtsToPass_-- > 0)
         return false;
     currentFrame_ = seekTargetFrame_;
     seekPending_ = false;
@@ -273,7 +290,26 @@ void Decoder_ffmpeg::scan(video::Progress& progress) {
     }
     scanned_ = true;
     variableRate_ = isUneven(timestamps);
+    findSharedDts(progress.done);
     reset();
+}
+
+/// Fills `sameDtsBefore_` for the frames 1 … `frameCount`.
+void Decoder_ffmpeg::findSharedDts(int64_t frameCount) {
+    sameDtsBefore_.clear();
+    std::vector<std::pair<int64_t, int64_t>> frames;
+    frames.reserve(static_cast<std::size_t>(frameCount));
+    for (int64_t frame = 1; frame <= frameCount; ++frame)
+        frames.emplace_back(frameDts_[frame], frame);
+    std::sort(frames.begin(), frames.end());
+    int64_t before = 0;
+    for (std::size_t at = 1; at < frames.size(); ++at) {
+        before = frames[at].first == frames[at - 1].first ? before + 1 : 0;
+        if (before == 1)
+            sameDtsBefore_[frames[at - 1].second] = 0;
+        if (before > 0)
+            sameDtsBefore_[frames[at].second] = before;
+    }
 }
 
 bool Decoder_ffmpeg::convert(pxl::Image& target) {
@@ -313,7 +349,21 @@ bool Decoder_ffmpeg::seek(int frame) {
     seekPending_ = true;
     const int64_t landing = std::max<int64_t>(0, static_cast<int64_t>(frame) - codecContext_->gop_size -
                                                      codecContext_->delay - 1);
-    return av_seek_frame(format_.get(), streamIndex_, frameDts_[landing], AVSEEK_FLAG_BACKWARD) >= 0;
+    int64_t landingDts = frameDts_[landing];
+    const auto shared = sameDtsBefore_.find(frame);
+    const bool isShared = shared != sameDtsBefore_.end();
+    sameDtsToPass_ = isShared ? shared->second : 0;
+    // From before the first of those that share it: all of them are met, and the target is known by its
+    // place.
+    if (isShared)
+        landingDts =
+            seekTargetDts_ == AV_NOPTS_VALUE ? frameDts_[0] : std::min(landingDts, seekTargetDts_ - 1);
+    if (format_->pb)
+        format_->pb->error = 0;
+    const bool positioned = av_seek_frame(format_.get(), streamIndex_, landingDts, AVSEEK_FLAG_BACKWARD) >= 0;
+    // Met from anywhere else, one of several frames alike could be any of them.
+    framesLost_ = positioned ? false : framesLost_ || isShared;
+    return positioned;
 }
 
 video::VideoInfo& Decoder_ffmpeg::info(video::VideoInfo& out) {

@@ -39,7 +39,13 @@ struct StreamTraits {
 /// start. The frames that a codec still holds back when the file ends (mostly two, with B-frames) are
 /// delivered by nobody: not by playback, not by the scan, so they don't count either.
 ///
-/// A packet that can't be decoded yields no frame and is no error. A stream that changes its picture size on
+/// A packet that can't be decoded yields no frame and is no error: it never does, so the numbers stay those
+/// of the index. Once a frame may be missing that another reading delivers (the disk fails, there is no
+/// memory, reading was interrupted) `next` returns false until the next `seek` that succeeds, or `open`: no
+/// picture comes under another one's number. Frames that share their decode timestamp are told apart by their
+/// order.
+///
+/// A stream that changes its picture size on
 /// the way is delivered in the size of its header: `convert` scales every frame from the size and pixel
 /// format it really has to the target's.
 ///
@@ -76,8 +82,8 @@ public:
     StreamTraits traits() const;
 
     /// Why frames are missing, when that has happened since `open`; empty otherwise. Where the file could not
-    /// be read on they end as at the end of the file; one that found no memory is skipped. Not logged: to be
-    /// told by whoever needs every frame.
+    /// be read on, or one found no memory, they end as at the end of the file. Not logged: to be told by
+    /// whoever needs every frame.
     wxString readError() const { return readError_; }
 
     /// While `*flag` is true a running `open` or `scan` ends at the next read, and `next` returns false. May
@@ -109,12 +115,17 @@ private:
     bool decodeNext(FrameDetails* details);
     bool decodePacket(FrameDetails* details);
     bool isWanted(const AVFrame& frame);
+    void findSharedDts(int64_t frameCount);
     int32_t colorMatrix() const;
 
     /// Decode timestamp of the frame a pending seek must reach; any value is a valid one.
     int64_t seekTargetDts_ = -1;
     int64_t seekTargetFrame_ = -1;
+    /// Frames with that timestamp that come before the target.
+    int64_t sameDtsToPass_ = 0;
     bool seekPending_ = false;
+    /// A frame may have been missed since the last positioning.
+    bool framesLost_ = false;
     ffmpeg::Input format_;
     /// Filled like the working one and never opened.
     ffmpeg::CodecContext unusedCodecContext_;
@@ -130,6 +141,8 @@ private:
     int64_t currentFrame_ = 0;
     /// Frame number to the decode timestamp of its packet; entry 0 stands for the start of the file.
     std::unordered_map<int64_t, int64_t> frameDts_;
+    /// For each frame whose timestamp another one has too: how many of those have a lower number.
+    std::unordered_map<int64_t, int64_t> sameDtsBefore_;
     /// True once a scan has filled the index; until then it may hold entries that seeks have added.
     bool scanned_ = false;
     bool variableRate_ = false;

@@ -34,6 +34,8 @@ const Clip kClips[] = {
     {"late_start.mp4", 250},
     {"fragmented.mp4", 248},
     {"variable_rate.mp4", 120},
+    {"same_time.mp4", 100},
+    {"same_time_bframes.mp4", 97},
     {"audio_first.mp4", 250},
     {"two_videos.mp4", 60},
     {"size_change.mp4", 100},
@@ -155,6 +157,34 @@ TEST_P(DecoderSeek, AbandonedOnItsWayStillLeadsToTheTargetOrToTheNextOne) {
     abandon = false;
     expectExact({last(), 1, middle});
 }
+
+/// Clips some of whose frames share a time stamp.
+class DecoderSeekSameTime : public DecoderSeek {};
+
+TEST_P(DecoderSeekSameTime, EveryFrameIsFoundForwardsBackwardsAndShuffled) {
+    std::vector<int> frames(linear_.size());
+    std::iota(frames.begin(), frames.end(), 1);
+    expectExact(frames);
+    std::reverse(frames.begin(), frames.end());
+    expectExact(frames);
+    const unsigned seed = std::random_device{}();
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    std::shuffle(frames.begin(), frames.end(), std::mt19937(seed));
+    expectExact(frames);
+}
+
+TEST_P(DecoderSeekSameTime, PlayGoesOnFromEachOfThem) {
+    for (const int frame : {1, 2, 3, 46, 47, 48, 49, 50, 51, 52, 60, 70, 71, 72, last() - 1, last()}) {
+        ASSERT_TRUE(decoder_.seek(frame));
+        for (int number = frame; number <= std::min(frame + 25, last()); ++number) {
+            ASSERT_TRUE(decoder_.next()) << frame;
+            ASSERT_EQ(test::look(decoder_, image_), linear(number)) << "from " << frame;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Clips, DecoderSeekSameTime,
+                         testing::Values(Clip{"same_time.mp4", 100}, Clip{"same_time_bframes.mp4", 97}));
 
 INSTANTIATE_TEST_SUITE_P(Clips, DecoderSeek, testing::ValuesIn(kClips),
                          [](const testing::TestParamInfo<Clip>& clip) {

@@ -44,6 +44,31 @@ protected:
         EXPECT_EQ(log.lines(wxLOG_Error), log.lines());
     }
 
+    /// The next picture is that of this number and says so.
+    void expectNext(int64_t number) {
+        ASSERT_TRUE(decoder_.next()) << number;
+        pxl::Image image = test::imageFor(decoder_);
+        const test::FrameSeen seen = test::look(decoder_, image);
+        EXPECT_EQ(seen.index, number);
+        EXPECT_EQ(seen.drawn, number);
+    }
+
+    void expectExactly(int number) {
+        ASSERT_TRUE(decoder_.seek(number)) << number;
+        expectNext(number);
+    }
+
+    /// Neither by reading on nor after a seek that fails.
+    void expectNothingUntilASeek() {
+        EXPECT_FALSE(decoder_.next());
+        libraryHooks().av_seek_frame = [](AVFormatContext*, int, int64_t, int) { return AVERROR(EIO); };
+        EXPECT_FALSE(decoder_.seek(30));
+        libraryHooks() = {};
+        EXPECT_FALSE(decoder_.next());
+        expectExactly(23);
+        expectNext(24);
+    }
+
     test::LibraryHooksReset reset_;
     Decoder_ffmpeg decoder_;
 };
@@ -53,26 +78,44 @@ protected:
 // --- Opening
 
 TEST_F(DecoderCalls, OpensOneOfTwoContextsThatAreFilledAlike) {
-    int filled = 0;
-    std::vector<AVCodecContext*> opened;
+    std::vector<std::pair<AVCodecContext*, const AVCodecParameters*>> filled;
     libraryHooks().avcodec_parameters_to_context = [&](AVCodecContext* context,
                                                        const AVCodecParameters* from) {
-        ++filled;
+        filled.emplace_back(context, from);
         return test::real::avcodec_parameters_to_context(context, from);
     };
+    int opened = 0;
     libraryHooks().avcodec_open2 = [&](AVCodecContext* context, const AVCodec* codec,
                                        AVDictionary** options) {
-        opened.push_back(context);
+        ++opened;
         EXPECT_EQ(options, nullptr);
         EXPECT_EQ(context->thread_count, 1) << "the library's own choice";
+        EXPECT_EQ(filled.size(), 2u);
+        if (filled.size() != 2)
+            return AVERROR(EINVAL);
+        EXPECT_EQ(context, filled[1].first);
+        const AVCodecContext& other = *filled[0].first;
+        EXPECT_EQ(other.codec, context->codec);
+        EXPECT_EQ(other.codec_id, AV_CODEC_ID_H264);
+        EXPECT_EQ(other.width, 320);
+        EXPECT_EQ(other.height, 180);
+        EXPECT_EQ(context->width, 320);
+        EXPECT_EQ(context->height, 180);
+        EXPECT_GT(context->extradata_size, 0);
+        EXPECT_EQ(std::string(reinterpret_cast<const char*>(other.extradata),
+                              static_cast<std::size_t>(other.extradata_size)),
+                  std::string(reinterpret_cast<const char*>(context->extradata),
+                              static_cast<std::size_t>(context->extradata_size)));
         return test::real::avcodec_open2(context, codec, options);
     };
-    Decoder_ffmpeg decoder;
-    // Audio streams are listed, no decoder is opened for them; the library itself may try one.
-    ASSERT_TRUE(decoder.open(test::clipPath("plain.mp4")));
-    const auto last = std::count(opened.begin(), opened.end(), opened.back());
-    EXPECT_EQ(last, 1);
-    EXPECT_GE(filled, 2);
+    // Audio streams are listed, no decoder is opened for them.
+    open("audio_first.mp4");
+    EXPECT_EQ(opened, 1);
+    ASSERT_EQ(filled.size(), 2u);
+    EXPECT_NE(filled[0].first, filled[1].first);
+    EXPECT_EQ(filled[0].second, filled[1].second);
+    EXPECT_FALSE(avcodec_is_open(filled[0].first));
+    EXPECT_TRUE(avcodec_is_open(filled[1].first));
 }
 
 TEST_F(DecoderCalls, StreamsThatCannotBeFoundFailWithTheLibrarysWords) {
@@ -180,19 +223,21 @@ TEST_F(DecoderCalls, TimeStampOfMinusOneIsATargetLikeAnyOther) {
     EXPECT_EQ(test::look(decoder_, image).drawn, 8);
 }
 
-TEST_F(DecoderCalls, LandsAGroupOfPicturesBeforeTheTarget) {
-    open("bframes.mp4");
-    int64_t delay = -1;
-    libraryHooks().avcodec_receive_frame = [&](AVCodecContext* context, AVFrame* frame) {
-        EXPECT_EQ(context->gop_size, 12);
-        delay = context->delay;
-        return test::real::avcodec_receive_frame(context, frame);
+TEST_F(DecoderCalls, LandsAGroupOfPicturesAndTheDelayBeforeTheTarget) {
+    AVCodecContext* opened = nullptr;
+    libraryHooks().avcodec_open2 = [&](AVCodecContext* context, const AVCodec* codec,
+                                       AVDictionary** options) {
+        const int result = test::real::avcodec_open2(context, codec, options);
+        EXPECT_EQ(context->gop_size, 12) << "the library's own choice";
+        context->gop_size = 5;
+        context->delay = 3;
+        opened = context;
+        return result;
     };
+    open("bframes.mp4");
     std::vector<int64_t> dts{0};
     libraryHooks().avcodec_receive_frame = [&](AVCodecContext* context, AVFrame* frame) {
         const int result = test::real::avcodec_receive_frame(context, frame);
-        delay = context->delay;
-        EXPECT_EQ(context->gop_size, 12);
         if (result >= 0)
             dts.push_back(frame->pkt_dts);
         return result;
@@ -205,10 +250,12 @@ TEST_F(DecoderCalls, LandsAGroupOfPicturesBeforeTheTarget) {
         seeks.emplace_back(stream, timestamp, flags);
         return test::real::av_seek_frame(format, stream, timestamp, flags);
     };
-    for (const int frame : {1, 13, 14, 100, 248}) {
+    for (const int frame : {1, 9, 10, 13, 100, 248}) {
         seeks.clear();
+        ASSERT_EQ(opened->gop_size, 5);
+        ASSERT_EQ(opened->delay, 3);
         ASSERT_TRUE(decoder_.seek(frame));
-        const auto landing = static_cast<std::size_t>(std::max<int64_t>(0, frame - 12 - delay - 1));
+        const auto landing = static_cast<std::size_t>(std::max(0, frame - 9));
         EXPECT_EQ(seeks, (decltype(seeks){{0, dts[landing], AVSEEK_FLAG_BACKWARD}})) << frame;
     }
 }
@@ -225,6 +272,18 @@ TEST_F(DecoderCalls, AFailedSeekLeavesTheCodecEmptyAndItsTargetAhead) {
     EXPECT_TRUE(decoder_.next());
     EXPECT_EQ(decoder_.frameIndex(), 200) << "not the second picture under the first one's number";
     EXPECT_EQ(log.lines(), Lines{});
+}
+
+TEST_F(DecoderCalls, AFailedSeekToOneOfSeveralFramesAlikeDeliversNone) {
+    open("same_time.mp4");
+    ASSERT_EQ(test::scanAll(decoder_), 100);
+    // The file stands in the middle of those that share their time stamp, before a key frame.
+    expectExactly(55);
+    libraryHooks().av_seek_frame = [](AVFormatContext*, int, int64_t, int) { return AVERROR(EIO); };
+    EXPECT_FALSE(decoder_.seek(52));
+    EXPECT_FALSE(decoder_.next());
+    libraryHooks() = {};
+    expectExactly(52);
 }
 
 // --- Reading
@@ -246,6 +305,59 @@ TEST_F(DecoderCalls, AReadErrorEndsTheFramesInSilenceAndIsRemembered) {
     libraryHooks() = {};
     open("plain.mp4");
     EXPECT_EQ(decoder_.readError(), "");
+    EXPECT_TRUE(decoder_.next());
+}
+
+TEST_F(DecoderCalls, AfterALostPacketNothingComesUntilASeekSucceeds) {
+    using Read = std::function<int(AVFormatContext*, AVPacket*)>;
+    const auto lose = [](AVFormatContext* format, AVPacket* packet) {
+        EXPECT_GE(test::real::av_read_frame(format, packet), 0);
+        av_packet_unref(packet);
+    };
+    const std::pair<Read, std::string> failures[] = {
+        {[&](AVFormatContext* format, AVPacket* packet) {
+             lose(format, packet);
+             format->pb->error = AVERROR(EIO);
+             return AVERROR(EIO);
+         },
+         "Input/output error"},
+        // Told as the end of the file.
+        {[&](AVFormatContext* format, AVPacket* packet) {
+             lose(format, packet);
+             format->pb->error = AVERROR(EIO);
+             return AVERROR_EOF;
+         },
+         "Input/output error"},
+        // Told as a packet, which is cut short.
+        {[&](AVFormatContext* format, AVPacket* packet) {
+             const int result = test::real::av_read_frame(format, packet);
+             av_shrink_packet(packet, packet->size / 2);
+             format->pb->error = AVERROR(EIO);
+             return result;
+         },
+         "Input/output error"},
+        {[&](AVFormatContext* format, AVPacket* packet) {
+             lose(format, packet);
+             return AVERROR(ENOMEM);
+         },
+         "Cannot allocate memory"},
+        {[&](AVFormatContext* format, AVPacket* packet) {
+             lose(format, packet);
+             return AVERROR_EXIT;
+         },
+         ""},
+    };
+    for (const auto& [failure, text] : failures) {
+        libraryHooks() = {};
+        open("plain.mp4");
+        ASSERT_EQ(test::scanAll(decoder_), 250);
+        expectExactly(20);
+        libraryHooks().av_read_frame = failure;
+        EXPECT_FALSE(decoder_.next());
+        EXPECT_EQ(decoder_.readError(), text);
+        libraryHooks() = {};
+        expectNothingUntilASeek();
+    }
 }
 
 TEST_F(DecoderCalls, TheEndOfTheFileIsNoError) {
@@ -254,18 +366,63 @@ TEST_F(DecoderCalls, TheEndOfTheFileIsNoError) {
     EXPECT_EQ(decoder_.readError(), "");
 }
 
-TEST_F(DecoderCalls, AFrameWithoutMemoryIsPassedOverInSilenceAndIsRemembered) {
-    open("plain.mp4");
-    int sent = 0;
-    libraryHooks().avcodec_send_packet = [&sent](AVCodecContext* context, const AVPacket* packet) {
-        return ++sent == 3 ? AVERROR(ENOMEM) : test::real::avcodec_send_packet(context, packet);
+TEST_F(DecoderCalls, AFrameWithoutMemoryEndsTheFramesUntilASeekAndIsRemembered) {
+    for (const bool whenSent : {true, false}) {
+        open("plain.mp4");
+        ASSERT_EQ(test::scanAll(decoder_), 250);
+        expectExactly(20);
+        int packets = 0;
+        libraryHooks().avcodec_send_packet = [&](AVCodecContext* context, const AVPacket* packet) {
+            return ++packets == 3 && whenSent ? AVERROR(ENOMEM)
+                                              : test::real::avcodec_send_packet(context, packet);
+        };
+        libraryHooks().avcodec_receive_frame = [&](AVCodecContext* context, AVFrame* frame) {
+            const int result = test::real::avcodec_receive_frame(context, frame);
+            if (packets != 3 || result < 0)
+                return result;
+            av_frame_unref(frame);
+            return AVERROR(ENOMEM);
+        };
+        const test::LogCapture log;
+        expectNext(21);
+        expectNext(22);
+        EXPECT_FALSE(decoder_.next());
+        EXPECT_EQ(decoder_.readError(), "Cannot allocate memory");
+        EXPECT_EQ(packets, 3);
+        libraryHooks() = {};
+        expectNothingUntilASeek();
+        EXPECT_EQ(log.lines(), Lines{});
+    }
+}
+
+TEST_F(DecoderCalls, AFrameWithoutMemoryOnTheWayToATargetEndsThatToo) {
+    open("same_time.mp4");
+    ASSERT_EQ(test::scanAll(decoder_), 100);
+    ASSERT_TRUE(decoder_.seek(60));
+    int packets = 0;
+    libraryHooks().avcodec_send_packet = [&](AVCodecContext* context, const AVPacket* packet) {
+        return ++packets == 8 ? AVERROR(ENOMEM) : test::real::avcodec_send_packet(context, packet);
     };
-    const test::LogCapture log;
-    for (int frame = 1; frame <= 3; ++frame)
-        EXPECT_TRUE(decoder_.next());
-    EXPECT_EQ(sent, 4);
-    EXPECT_EQ(decoder_.readError(), "Cannot allocate memory");
-    EXPECT_EQ(log.lines(), Lines{});
+    EXPECT_FALSE(decoder_.next());
+    libraryHooks() = {};
+    expectNothingUntilASeek();
+}
+
+TEST_F(DecoderCalls, ADamagedPacketIsPassedOverByEveryReading) {
+    libraryHooks().avcodec_send_packet = [](AVCodecContext* context, const AVPacket* packet) {
+        return packet && packet->pts == 0 ? AVERROR_INVALIDDATA
+                                          : test::real::avcodec_send_packet(context, packet);
+    };
+    open("prores.mov");
+    ASSERT_EQ(test::scanAll(decoder_), 39);
+    pxl::Image image = test::imageFor(decoder_);
+    for (const int frame : {1, 20, 39}) {
+        ASSERT_TRUE(decoder_.seek(frame));
+        ASSERT_TRUE(decoder_.next());
+        EXPECT_EQ(test::look(decoder_, image).index, frame);
+        EXPECT_EQ(test::look(decoder_, image).drawn, frame + 1);
+    }
+    EXPECT_EQ(decoder_.readError(), "");
 }
 
 TEST_F(DecoderCalls, PacketsOfOtherStreamsAreNeverDecoded) {

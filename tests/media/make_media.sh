@@ -37,6 +37,17 @@ sized() {
     ff -f rawvideo -pix_fmt rgb24 -s "${width}x$height" -r 25 -i - "$@" "$out/$name"
 }
 
+# same_time GROUP NAME OPTIONS... : 100 counter pictures, of which the first two, GROUP from number 51 on and the last
+# two have one decode time stamp each. Made with intervals of 635 units there, which nobody else has; the table of intervals then
+# gets 0 for each.
+same_time() {
+  local group=$1 name=$2
+  shift 2
+  encode 25 100 "$name" "$@" -fps_mode passthrough -enc_time_base 1/12800 -video_track_timescale 12800 \
+    -vf "settb=1/12800,setpts='N*512+123*(gte(N,1)+clip(N-50,0,$((group - 1)))+gte(N,99))'"
+  LC_ALL=C sed -i 's/\x00\x00\x00\([\x01-\x14]\)\x00\x00\x02\x7b/\x00\x00\x00\1\x00\x00\x00\x00/g' "$out/$name"
+}
+
 # H.264 with the B-frames and references that make the decoder hold two frames back, and without any.
 x264=(-c:v libx264 -preset veryfast -pix_fmt yuv420p -threads 1)
 plain=("${x264[@]}" -bf 0)
@@ -57,6 +68,9 @@ make_structures() {
   ff -itsoffset 1 -i "$out/plain.mp4" -c copy "$out/late_start.mp4"
   encode 25 120 variable_rate.mp4 "${plain[@]}" -g 25 -fps_mode passthrough -enc_time_base 1/90000 \
     -vf "settb=1/90000,setpts='N*3000+mod(N*N,7)*300'" -video_track_timescale 90000
+  same_time 21 same_time.mp4 "${plain[@]}" -g 5
+  # Without the edit list, which would hide some of the moved ones.
+  same_time 3 same_time_bframes.mp4 "${x264[@]}" -g 20 -use_editlist 0
   ff -i "$out/plain.mp4" "${tone[@]}" -map 1:a -map 0:v -c:v copy -c:a aac "$out/audio_first.mp4"
   ff -f rawvideo -pix_fmt rgb24 -s 320x180 -r 25 -i "$work/base.rgb" \
     -f rawvideo -pix_fmt rgb24 -s 160x96 -r 25 -i "$work/second.rgb" \
