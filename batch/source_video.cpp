@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "platform.h"
 #include "stop_request.h"
 #include "video_backend_ffmpeg.h"
 
@@ -13,8 +14,8 @@ constexpr int64_t kFramesPerUpdate = 100;
 
 wxString absolutePath(const wxString& path) {
     std::error_code failed;
-    const auto absolute = fs::absolute(fs::u8path(path.utf8_string()), failed);
-    return failed ? path : wxString::FromUTF8(absolute.u8string());
+    const auto absolute = fs::absolute(fs::u8path(platform::fileName(path)), failed);
+    return failed ? path : platform::fileNameText(absolute.u8string());
 }
 
 void scan(Decoder_ffmpeg& decoder, ISafeProgress& line) {
@@ -33,7 +34,7 @@ void scan(Decoder_ffmpeg& decoder, ISafeProgress& line) {
 
 bool canBeReadToItsEnd(const wxString& path, wxString& error) {
     std::error_code ignored;
-    const fs::file_status status = fs::status(fs::u8path(path.utf8_string()), ignored);
+    const fs::file_status status = fs::status(fs::u8path(platform::fileName(path)), ignored);
     // What is missing or a folder is told by whoever opens it.
     if (!fs::exists(status) || fs::is_regular_file(status) || fs::is_directory(status))
         return true;

@@ -16,11 +16,11 @@ constexpr int kAttempts = 100;
 constexpr int kLongestChain = 40;
 
 fs::path pathFrom(const wxString& text) {
-    return fs::u8path(text.utf8_string());
+    return fs::u8path(platform::fileName(text));
 }
 
 wxString textFrom(const fs::path& path) {
-    return wxString::FromUTF8(path.u8string());
+    return platform::fileNameText(path.u8string());
 }
 
 wxString randomLetters() {

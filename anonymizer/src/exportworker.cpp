@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <filesystem>
 #include <new>
 #include <utility>
 
@@ -36,6 +37,11 @@ std::shared_ptr<IImageProcessor> makeProcessor() {
     } catch (const std::bad_alloc&) {
         return std::make_shared<Processor>();
     }
+}
+
+/// By the same bytes as the encoder's, whatever a program has set for the GUI library's own functions.
+std::filesystem::path systemPath(const wxString& path) {
+    return std::filesystem::u8path(platform::fileName(path));
 }
 
 } // namespace
@@ -197,7 +203,8 @@ ExportWorker::Outcome ExportWorker::judge(const Encoder_ffmpeg& encoder, bool ca
                                           const wxString& openError) const {
     if (encoder.failed())
         return {ExportResult::Failed, encoder.failureText()};
-    if (!wxFileName::Exists(outputPath_))
+    std::error_code ignored;
+    if (!std::filesystem::exists(systemPath(outputPath_), ignored))
         return {ExportResult::Failed, _("The exported file has disappeared.")};
     if (cancelled)
         return {ExportResult::Cancelled, wxString()};
@@ -216,7 +223,8 @@ ExportWorker::Outcome ExportWorker::judge(const Encoder_ffmpeg& encoder, bool ca
 void ExportWorker::removeOutput() const {
     // What was written lies at the end of a chain of links.
     const wxString place = draftfile::placeOf(outputPath_);
-    if (touchedOutput_ && wxFileName::FileExists(place))
+    std::error_code ignored;
+    if (touchedOutput_ && std::filesystem::is_regular_file(systemPath(place), ignored))
         platform::removeFile(place);
 }
 

@@ -79,6 +79,10 @@ std::vector<wxString> commandLineFileNames(int argc, char** argv);
 /// behind private characters (`commandLineFileNames`).
 std::string fileName(const wxString& path);
 
+/// The way back: the path or name that `fileName` would make `name` of. On this system that is any bytes but
+/// 0.
+wxString fileNameText(const std::string& name);
+
 /// True when what is written there reaches a person directly.
 bool isTerminal(std::FILE* stream);
 

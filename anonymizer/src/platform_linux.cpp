@@ -178,6 +178,10 @@ std::string fileName(const wxString& path) {
     return std::string(name.data(), name.length());
 }
 
+wxString fileNameText(const std::string& name) {
+    return wxString(name.c_str(), fileNameEncoding());
+}
+
 bool isTerminal(std::FILE* stream) {
     return isatty(fileno(stream)) == 1;
 }

@@ -178,6 +178,10 @@ std::string fileName(const wxString& path) {
     return path.utf8_string();
 }
 
+wxString fileNameText(const std::string& name) {
+    return wxString::FromUTF8(name);
+}
+
 bool isTerminal(std::FILE* stream) {
     return _isatty(_fileno(stream)) != 0;
 }
