@@ -59,7 +59,7 @@ int64_t timestampOf(int64_t index, TimeBase base, double fps) {
 namespace {
 
 constexpr double kLowestRate = 0.001;
-constexpr double kHighestRate = 1e6;
+constexpr double kHighestRate = 1000;
 constexpr int kPlaneAlignment = 32;
 /// The scaler writes whole vectors, past the last row's end too.
 constexpr int kPlanePadding = 64;
@@ -80,10 +80,6 @@ const AVCodec* findEncoder(int32_t codec) {
     return avcodec_find_encoder(codec == video::kCodecH264 ? AV_CODEC_ID_H264 : AV_CODEC_ID_MPEG4);
 }
 
-bool isUsableRate(double fps) {
-    return fps >= kLowestRate && fps <= kHighestRate; // false for what is not a number
-}
-
 } // namespace
 
 Encoder_ffmpeg::Encoder_ffmpeg(const video::EncoderSettings& settings)
@@ -102,6 +98,10 @@ Encoder_ffmpeg::~Encoder_ffmpeg() = default;
 
 bool Encoder_ffmpeg::isAvailable(int32_t codec) {
     return findEncoder(codec) != nullptr;
+}
+
+bool Encoder_ffmpeg::takesRate(double fps) {
+    return fps >= kLowestRate && fps <= kHighestRate; // false for what is not a number
 }
 
 bool Encoder_ffmpeg::isOpen() const {
@@ -132,7 +132,7 @@ bool Encoder_ffmpeg::construct() {
     if (!stream_ || !codecContext_)
         return stop("[video encoder] Could not open stream", AVERROR(ENOMEM));
 
-    if (!isUsableRate(settings_.fps))
+    if (!takesRate(settings_.fps))
         return stop("[video encoder] Could not open video codec", AVERROR(EDOM));
     configure(codec);
     code = avcodec_open2(codecContext_.get(), codec, nullptr);

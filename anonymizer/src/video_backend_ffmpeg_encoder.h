@@ -60,6 +60,9 @@ public:
 
     /// True when the library has an encoder for a `video::Codec`.
     static bool isAvailable(int32_t codec);
+    /// True for the rates that are encoded, 0.001 … 1000 frames per second: no other video is meant to be
+    /// seen. Construction fails with any other.
+    static bool takesRate(double fps);
 
     bool isOpen() const override;
     /// The frame is not kept. A failure does not end the encoding; see `failed`.

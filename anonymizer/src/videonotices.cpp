@@ -6,6 +6,7 @@
 #include <wx/intl.h>
 
 #include "blurprocessors.h"
+#include "video_backend_ffmpeg_encoder.h"
 
 namespace {
 
@@ -32,8 +33,9 @@ std::vector<wxString> noticesFor(const video::VideoInfo& info, bool variableRate
         mosaicBlockSize(info.width, info.height, kExportBlurDivisor) <= 1)
         notices.push_back(
             _("This video is too small to hide anything: a cell of the mosaic is a single pixel."));
-    const bool rateIsKnown = info.fps > 0 && std::isfinite(info.fps);
-    if (rateIsKnown && (variableRate || needsAnotherTime(info)))
+    if (!Encoder_ffmpeg::takesRate(info.fps))
+        notices.push_back(_("The frame rate of the video is not usable."));
+    else if (variableRate || needsAnotherTime(info))
         notices.push_back(
             wxString::Format(_("This video has a variable frame rate or is incomplete. It is played and "
                                "exported evenly, at %.4g frames per second."),

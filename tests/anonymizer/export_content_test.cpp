@@ -113,7 +113,7 @@ protected:
         ExportWorker* worker = createExportWorker(mode, output, info, &progress);
         worker->setDone([&ended](ExportResult result, const wxString&) { ended.set_value(result); });
         EXPECT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
-        return ended.get_future().get();
+        return test::valueOf(ended.get_future());
     }
 
     /// One rectangle in one frame: that frame shows the mosaic there, every other one is as the source.
@@ -357,7 +357,7 @@ TEST_F(ExportContent, OneVideoStreamWhateverTheSourceHolds) {
     for (const char* clip :
          {"audio_first.mp4", "two_videos.mp4", "rotated.mp4", "hevc.mp4", "prores.mov", "size_change.mp4",
           "fragmented.mp4", "variable_rate.mp4", "h264_10bit.mp4", "edit_list.mp4", "mpeg4_bframes.mp4",
-          "fps_90000.mp4", "slow_one_per_20s.mp4", "interlaced.mp4"}) {
+          "slow_one_per_20s.mp4", "interlaced.mp4", "same_time.mp4", "same_time_bframes.mp4"}) {
         const auto info = prepare(clip);
         EXPECT_EQ(exportWith(switches::kBlurMode, info), ExportResult::Success) << clip;
         auto report = test::probe(output);
@@ -367,6 +367,23 @@ TEST_F(ExportContent, OneVideoStreamWhateverTheSourceHolds) {
         const double expected = static_cast<double>(info.frameCount) / info.fps;
         EXPECT_NEAR(report.seconds("duration"), expected, 1.0 / info.fps) << clip;
     }
+}
+
+TEST_F(ExportContent, AmongFramesOfOneTimeStampToo) {
+    expectExactlyOneFrameIsHidden("same_time.mp4", 60);
+}
+
+TEST_F(ExportContent, AmongFramesOfOneTimeStampWithBFramesToo) {
+    expectExactlyOneFrameIsHidden("same_time_bframes.mp4", 49);
+}
+
+TEST_F(ExportContent, AnAbsurdRateFailsClearlyAndLeavesNothing) {
+    const auto info = prepare("fps_90000.mp4");
+    ASSERT_GT(info.fps, 1000);
+    const auto ended = run(makeWorker(info));
+    EXPECT_EQ(ended.result, ExportResult::Failed);
+    EXPECT_EQ(ended.text, "The frame rate of the video is not usable.");
+    EXPECT_FALSE(wxFileName::Exists(output));
 }
 
 TEST_F(ExportContent, EveryRateOfTheSetKeepsItsFramesAndTime) {

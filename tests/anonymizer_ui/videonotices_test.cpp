@@ -49,13 +49,25 @@ TEST(VideoNotices, SoundThatOutlastsThePicturesALittleIsNothing) {
     EXPECT_TRUE(noticesFor(info, false).empty());
 }
 
-TEST(VideoNotices, UnknownRatesAndDurationsAreNothing) {
+TEST(VideoNotices, RatesThatCannotBeExportedAreToldAndNothingElseOfTheRate) {
     video::VideoInfo info = evenVideo();
-    info.fps = std::numeric_limits<double>::quiet_NaN();
-    EXPECT_TRUE(noticesFor(info, true).empty());
-    info.fps = std::numeric_limits<double>::infinity();
-    EXPECT_TRUE(noticesFor(info, false).empty());
-    info = evenVideo();
+    for (const double fps : {std::numeric_limits<double>::quiet_NaN(),
+                             std::numeric_limits<double>::infinity(), 0.0, -25.0, 0.0009, 1000.5, 90000.0})
+        for (const bool variableRate : {false, true}) {
+            info.fps = fps;
+            const auto notices = noticesFor(info, variableRate);
+            ASSERT_EQ(notices.size(), 1u) << fps;
+            EXPECT_EQ(notices[0], "The frame rate of the video is not usable.") << fps;
+        }
+    info.durationSec = 0;
+    for (const double fps : {0.001, 0.05, 1.0, 1000.0}) {
+        info.fps = fps;
+        EXPECT_TRUE(noticesFor(info, false).empty()) << fps;
+    }
+}
+
+TEST(VideoNotices, AnUnknownDurationIsNothing) {
+    video::VideoInfo info = evenVideo();
     info.durationSec = 0;
     EXPECT_TRUE(noticesFor(info, false).empty());
 }

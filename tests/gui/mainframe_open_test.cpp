@@ -272,6 +272,12 @@ TEST_F(MainFrameOpen, ADroppedVideoIsOpenedWhateverTheCaseOfItsEnding) {
     EXPECT_TRUE(bars().empty());
 }
 
+TEST_F(MainFrameOpen, ARateThatCannotBeExportedIsToldBeforeAnythingIsPainted) {
+    openReady("fps_90000.mp4");
+    EXPECT_TRUE(test::runUntil([this] { return !bars().empty(); }));
+    EXPECT_THAT(bars(), testing::ElementsAre("The frame rate of the video is not usable."));
+}
+
 TEST_F(MainFrameOpen, RefusedDropsAreToldAndStackTheirBars) {
     EXPECT_FALSE(drop({"a.mp4", "b.mp4"}));
     EXPECT_FALSE(drop({"a.mkv"}));
