@@ -20,6 +20,7 @@
 #include "source_video.h"
 #include "stop_request.h"
 #include "switches.h"
+#include "video_backend_ffmpeg_encoder.h"
 
 namespace {
 
@@ -108,9 +109,8 @@ Outcome exportTo(const wxString& path, const Options& options, const video::Vide
     return outcome;
 }
 
-/// Puts both files in their places, or neither: the list, which is small and can be put back, goes first; its
-/// `keepOld` came before. True on success; otherwise `subject` is the file at fault and `error` says what was
-/// wrong.
+/// Puts both files in their places, or neither: the list, which is small and can be put back, goes first.
+/// True on success; otherwise `subject` is the file at fault and `error` says what was wrong.
 bool commitBoth(OutputFile& video, OutputFile& list, const Options& options, wxString& subject,
                 wxString& error) {
     subject = options.detectionsPath;
@@ -120,13 +120,16 @@ bool commitBoth(OutputFile& video, OutputFile& list, const Options& options, wxS
     if (!video.sync(error))
         return false;
     subject = options.detectionsPath;
-    if (!list.commit(error))
+    // The copy that was taken before the long work may be out of date.
+    if (!list.keepOld(error) || !list.commit(error))
         return false;
     subject = options.outputPath;
     if (video.commit(error))
         return true;
-    if (!list.revert())
-        error += "; " + options.detectionsPath + " is the new one and could not be put back";
+    wxString left;
+    if (!list.revert(left))
+        error += "; " + options.detectionsPath + " is the new one and could not be put back" +
+                 (left.empty() ? wxString() : ", the old one is " + left);
     return false;
 }
 
@@ -162,6 +165,9 @@ int exportVideo(const Options& options, wxString& subject) {
     SourceVideo source;
     if (!readSource(options.inputPath, progress, source, error))
         return fail(options.inputPath, error);
+    // Before the detection, which takes long; a video without frames has another reason to fail.
+    if (source.info.frameCount > 0 && !Encoder_ffmpeg::takesRate(source.info.fps))
+        return fail(options.inputPath, "The frame rate of the video is not usable.");
     if (!output.create(error))
         return fail(options.outputPath, error);
     if (keepsDetections && !(detections.create(error) && detections.keepOld(error)))

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <utility>
 
 #include "draftfile.h"
 #include "platform.h"
@@ -15,11 +16,11 @@ namespace fs = std::filesystem;
 constexpr std::size_t kKeptCharacters = 40;
 
 fs::path pathFrom(const wxString& text) {
-    return fs::u8path(text.utf8_string());
+    return fs::u8path(platform::fileName(text));
 }
 
 wxString textFrom(const fs::path& path) {
-    return wxString::FromUTF8(path.u8string());
+    return platform::fileNameText(path.u8string());
 }
 
 wxString systemText(int code) {
@@ -35,9 +36,9 @@ bool isSameFile(const wxString& first, const wxString& second) {
 } // namespace
 
 OutputFile::~OutputFile() {
-    for (const wxString& draft : {draft_, old_})
-        if (!draft.empty())
-            platform::removeFile(draft);
+    if (!draft_.empty())
+        platform::removeFile(draft_);
+    dropOld();
 }
 
 bool OutputFile::aimAt(Kind kind, const wxString& target, const std::vector<wxString>& sources,
@@ -92,9 +93,15 @@ bool OutputFile::sync(wxString& error) {
 }
 
 bool OutputFile::keepOld(wxString& error) {
+    dropOld();
     std::error_code failed;
-    if (!fs::exists(pathFrom(target_), failed))
+    const fs::file_type type = fs::status(pathFrom(target_), failed).type();
+    if (type == fs::file_type::not_found)
         return true;
+    if (type == fs::file_type::none) {
+        error = systemText(failed.value());
+        return false;
+    }
     if (!createDraft(old_, error))
         return false;
     if (fs::copy_file(pathFrom(target_), pathFrom(old_), fs::copy_options::overwrite_existing, failed) &&
@@ -115,11 +122,20 @@ bool OutputFile::commit(wxString& error) {
     return true;
 }
 
-bool OutputFile::revert() {
+bool OutputFile::revert(wxString& left) {
+    left.clear();
     if (old_.empty())
         return platform::removeFile(target_);
-    if (!platform::replaceFile(old_, target_))
-        return false;
+    // Moved or not, it is no longer this object's to remove.
+    const wxString old = std::exchange(old_, wxString());
+    if (platform::replaceFile(old, target_))
+        return true;
+    left = old;
+    return false;
+}
+
+void OutputFile::dropOld() {
+    if (!old_.empty())
+        platform::removeFile(old_);
     old_.clear();
-    return true;
 }

@@ -5,7 +5,8 @@
 #include <wx/string.h>
 
 /// A file that takes the place of the target only when it is finished: it is written beside the target, under
-/// a name of its own with the same ending, and gone with this object unless `commit` succeeded.
+/// a name of its own with the same ending, and gone with this object unless `commit` succeeded. So is the
+/// copy of the old target, unless `revert` failed.
 class OutputFile {
 public:
     enum class Kind { Video, Text };
@@ -30,8 +31,8 @@ public:
     /// Puts the draft on disk. False on failure, with a reason in `error`.
     bool sync(wxString& error);
 
-    /// Keeps a copy of the file that is to be replaced, for `revert`. False on failure, with a reason in
-    /// `error`.
+    /// Keeps a copy of the file that is to be replaced as it is now, for `revert`. A later call replaces the
+    /// copy of an earlier one. False on failure, with a reason in `error`; nothing can be reverted then.
     bool keepOld(wxString& error);
 
     /// Puts the draft in the target's place, after `sync`. False on failure, with a reason in `error`; the
@@ -39,11 +40,13 @@ public:
     bool commit(wxString& error);
 
     /// Undoes a `commit` that `keepOld` came before: the target is what it was, or gone if there was none.
-    /// False on failure.
-    bool revert();
+    /// False on failure; `left` is then the path of the copy of the old target, which is left there, or empty
+    /// if there was no old target.
+    bool revert(wxString& left);
 
 private:
     bool createDraft(wxString& draft, wxString& error);
+    void dropOld();
 
     wxString target_;
     /// The target's as it was given, with its dot.

@@ -228,6 +228,37 @@ TEST_F(BatchDetect, WithoutTheVideoTheDetectionsFileIsWhatItWas) {
     }
 }
 
+TEST_F(BatchDetect, WithoutTheVideoAListThatWasChangedMeanwhileStaysTheChangedOne) {
+    for (const bool hadList : {false, true}) {
+        installFake("wait\n");
+        for (const char* left : {"/model.weights.calls", "/model.weights.go"})
+            std::filesystem::remove(aiFolder.modelDir() + left);
+        std::filesystem::remove(folder_.file("found.csv"));
+        if (hadList)
+            test::writeFile(folder_.file("found.csv"), "old list");
+        test::Process process(
+            start({"--detect", "--detections", "found.csv", media("two_frames.mp4"), "out.mp4"}));
+        while (aiFolder.fakeCalls().size() < 2 && process.isRunning())
+            std::this_thread::yield();
+        test::writeFile(folder_.file("found.csv"), "newer list");
+        std::filesystem::create_directory(folder_.path() / "out.mp4");
+        test::writeFile(aiFolder.modelDir() + "/model.weights.go", "");
+        const auto result = process.wait();
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_THAT(result.error, HasSubstr("tarvex_shroud_batch: out.mp4: Is a directory\n"));
+        EXPECT_EQ(folder_.listing(), "found.csv out.mp4");
+        EXPECT_EQ(test::readFile(folder_.file("found.csv")), "newer list");
+        std::filesystem::remove(folder_.path() / "out.mp4");
+    }
+}
+
+TEST_F(BatchDetect, ARateThatCannotBeExportedStopsBeforeTheDetection) {
+    installFake("");
+    expectFailure({"--detect", "--detections", "found.csv", media("fps_90000.mp4"), "out.mp4"},
+                  media("fps_90000.mp4") + ": The frame rate of the video is not usable.");
+    EXPECT_TRUE(aiFolder.fakeCalls().empty());
+}
+
 TEST_F(BatchDetect, ADetectionsFileThatCannotBeMadeStopsAtOnce) {
     installFake("");
     const auto result = run({"--detect", "--detections", "missing/found.csv", media("plain.mp4"), "out.mp4"});

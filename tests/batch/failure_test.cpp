@@ -1,4 +1,6 @@
 #include <csignal>
+#include <fstream>
+#include <iterator>
 #include <thread>
 
 #include <sys/stat.h>
@@ -60,6 +62,7 @@ TEST_F(BatchFailure, UnusableInputsAreNamed) {
         {media("audio_only.mp4"), "the file holds no video that can be decoded"},
         {media("directory.mp4"), "Is a directory"},
         {media("one_frame_bframes.mp4"), "The video has no frames to export."},
+        {media("fps_90000.mp4"), "The frame rate of the video is not usable."},
     };
     for (const auto& [input, reason] : cases)
         expectFailure({input, "out.mp4"}, input + ": " + reason);
@@ -93,6 +96,26 @@ TEST_F(BatchFailure, OutputThatIsNoVideoFile) {
     for (const char* name : {"out.avi", "out", "mp4", "out.mp4.txt"})
         expectFailure({media("two_frames.mp4"), name},
                       std::string(name) + ": the name must end in .mp4 or .mov");
+}
+
+TEST_F(BatchFailure, LinksToNamesOfOtherEncodingsLeadToTheirPlaces) {
+    const std::string latin = "caf\xE9";
+    fs::create_directory(folder_.path() / latin);
+    fs::create_symlink(latin, folder_.path() / "folder");
+    fs::create_symlink(latin + "/" + latin + ".mp4", folder_.path() / "link.mp4");
+    expectSuccess({"--mode", "unblur", media("two_frames.mp4"), "link.mp4"});
+    EXPECT_TRUE(fs::is_symlink(folder_.path() / "link.mp4"));
+    const fs::path place = folder_.path() / latin / (latin + ".mp4");
+    ASSERT_TRUE(fs::is_regular_file(place));
+    fs::rename(place, folder_.path() / "first.mp4");
+    EXPECT_EQ(Pictures(folder_.file("first.mp4")).count(), 2);
+    // The one that is there is replaced.
+    std::ofstream(place) << "old";
+    expectSuccess({"--mode", "unblur", media("two_frames.mp4"), "link.mp4"});
+    EXPECT_GT(fs::file_size(place), 1000u);
+    expectSuccess({"--mode", "unblur", media("two_frames.mp4"), "folder/out.mp4"});
+    EXPECT_TRUE(fs::exists(folder_.path() / latin / "out.mp4"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path() / latin), fs::directory_iterator()), 2);
 }
 
 TEST_F(BatchFailure, InputIsNeverTheOutput) {
