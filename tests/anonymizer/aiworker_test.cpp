@@ -274,10 +274,10 @@ TEST_F(AiWorkerPass, IsWaitedForByTheProgramsEndFromItsFinishOn) {
         if (call.kind != ProgressCall::kFinish)
             return;
         finishing.set_value();
-        goOn.get_future().wait();
+        test::waitFor(goOn.get_future());
     };
     test::runPass(source, progress, noPreblur(), [&](AiWorker&) {
-        finishing.get_future().wait();
+        test::waitFor(finishing.get_future());
         constexpr std::chrono::milliseconds limit(50);
         const auto start = std::chrono::steady_clock::now();
         workerend::wait(limit);
