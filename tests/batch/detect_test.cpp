@@ -271,15 +271,16 @@ TEST_F(BatchDetect, ADetectionsFileThatCannotBeMadeStopsAtOnce) {
 TEST_F(BatchDetect, ADetectionsFileThatCannotBePutBackStopsAtOnce) {
     installFake("");
     test::writeFile(folder_.file("found.csv"), "old list");
+    std::filesystem::copy_file(media("plain.mp4"), folder_.file("in.mp4"));
     std::filesystem::permissions(folder_.path(), std::filesystem::perms::all);
     std::filesystem::permissions(folder_.file("found.csv"), std::filesystem::perms(0222));
     {
         const test::WithoutPrivileges user;
-        const auto result = run({"--detect", "--detections", "found.csv", media("plain.mp4"), "out.mp4"});
+        const auto result = run({"--detect", "--detections", "found.csv", "in.mp4", "out.mp4"});
         EXPECT_EQ(result.exitCode, 1);
         EXPECT_EQ(result.error, "tarvex_shroud_batch: found.csv: Permission denied\n");
     }
-    EXPECT_EQ(folder_.listing(), "found.csv");
+    EXPECT_EQ(folder_.listing(), "found.csv in.mp4");
     EXPECT_TRUE(aiFolder.fakeCalls().empty());
 }
 

@@ -82,9 +82,10 @@ TEST_F(BatchFailure, OutputWhereNothingCanBeWritten) {
                   "no/out.mp4: can't create a file in " + folder_.file("no") + ": No such file or directory");
     fs::create_directory(folder_.path() / "closed");
     fs::permissions(folder_.path() / "closed", fs::perms::owner_read | fs::perms::owner_exec);
+    fs::copy_file(media("two_frames.mp4"), folder_.path() / "in.mp4");
     fs::permissions(folder_.path(), fs::perms::all);
     const test::WithoutPrivileges user;
-    expectFailure({media("two_frames.mp4"), "closed/out.mp4"},
+    expectFailure({"in.mp4", "closed/out.mp4"},
                   "closed/out.mp4: can't create a file in " + folder_.file("closed") + ": Permission denied");
 }
 
