@@ -156,6 +156,22 @@ protected:
         return seen;
     }
 
+    /// What `settings` asks of either codec.
+    static void expectShapeOfTheSettings(const Opened& seen) {
+        EXPECT_FALSE(seen.hadDictionary);
+        EXPECT_EQ(seen.pixelFormat, AV_PIX_FMT_YUV420P);
+        EXPECT_EQ(seen.width, 64);
+        EXPECT_EQ(seen.height, 48);
+        EXPECT_EQ(seen.timeBase.num, 1);
+        EXPECT_EQ(seen.timeBase.den, 25);
+        EXPECT_EQ(seen.threadCount, 0);
+        EXPECT_EQ(seen.gopSize, 7);
+        EXPECT_EQ(seen.bitRate, seen.untouchedBitRate);
+        EXPECT_EQ(seen.bFrames, seen.untouchedBFrames);
+        EXPECT_EQ(seen.matrix, AVCOL_SPC_UNSPECIFIED);
+        EXPECT_EQ(seen.codecDifferences, Options{});
+    }
+
     void expectConstructionFails(int32_t codec, const std::string& line) {
         const auto chosen = settings("clip.mp4", codec);
         const test::LogCapture log;
@@ -178,21 +194,10 @@ TEST_F(EncoderCalls, H264IsSetUpAsStatedAndNothingElse) {
     for (const char* name : {"clip.mp4", "clip.mov", "clip.avi"}) {
         const Opened seen = openedWith(settings(name, video::kCodecH264));
         EXPECT_EQ(seen.codec, AV_CODEC_ID_H264);
-        EXPECT_FALSE(seen.hadDictionary);
         EXPECT_EQ(seen.flags, seen.untouchedFlags | AV_CODEC_FLAG_GLOBAL_HEADER) << name;
-        EXPECT_EQ(seen.pixelFormat, AV_PIX_FMT_YUV420P);
-        EXPECT_EQ(seen.width, 64);
-        EXPECT_EQ(seen.height, 48);
-        EXPECT_EQ(seen.timeBase.num, 1);
-        EXPECT_EQ(seen.timeBase.den, 25);
-        EXPECT_EQ(seen.threadCount, 0);
+        expectShapeOfTheSettings(seen);
         EXPECT_EQ(seen.profile, 77);
-        EXPECT_EQ(seen.gopSize, 7);
-        EXPECT_EQ(seen.bitRate, seen.untouchedBitRate);
-        EXPECT_EQ(seen.bFrames, seen.untouchedBFrames);
-        EXPECT_EQ(seen.matrix, AVCOL_SPC_UNSPECIFIED);
         EXPECT_EQ(namesOf(seen.differences), (Lines{"flags", "g", "profile", "time_base"}));
-        EXPECT_EQ(seen.codecDifferences, Options{});
     }
 }
 
@@ -200,28 +205,17 @@ TEST_F(EncoderCalls, Mpeg4IsSetUpAsStatedAndNothingElse) {
     for (const char* name : {"clip.mp4", "clip.mov", "clip.avi"}) {
         const Opened seen = openedWith(settings(name, video::kCodecMpeg4));
         EXPECT_EQ(seen.codec, AV_CODEC_ID_MPEG4);
-        EXPECT_FALSE(seen.hadDictionary);
         EXPECT_EQ(seen.flags,
                   seen.untouchedFlags | AV_CODEC_FLAG_GLOBAL_HEADER | AV_CODEC_FLAG_4MV | AV_CODEC_FLAG_PASS1)
             << name;
-        EXPECT_EQ(seen.pixelFormat, AV_PIX_FMT_YUV420P);
-        EXPECT_EQ(seen.width, 64);
-        EXPECT_EQ(seen.height, 48);
-        EXPECT_EQ(seen.timeBase.num, 1);
-        EXPECT_EQ(seen.timeBase.den, 25);
-        EXPECT_EQ(seen.threadCount, 0);
+        expectShapeOfTheSettings(seen);
         EXPECT_EQ(seen.profile, 15);
         EXPECT_EQ(seen.mbDecision, 2);
         EXPECT_EQ(seen.trellis, 2);
         EXPECT_EQ(seen.mv0Threshold, 2);
         EXPECT_EQ(seen.subpelQuality, 2);
-        EXPECT_EQ(seen.gopSize, 7);
-        EXPECT_EQ(seen.bitRate, seen.untouchedBitRate);
-        EXPECT_EQ(seen.bFrames, seen.untouchedBFrames);
-        EXPECT_EQ(seen.matrix, AVCOL_SPC_UNSPECIFIED);
         EXPECT_EQ(namesOf(seen.differences),
                   (Lines{"flags", "g", "mbd", "mv0_threshold", "profile", "subq", "time_base", "trellis"}));
-        EXPECT_EQ(seen.codecDifferences, Options{});
     }
 }
 

@@ -12,6 +12,17 @@ namespace {
 
 class WorkerCalls : public test::ExportFixture {
 protected:
+    /// The disk gives up at the 120th packet.
+    void failReadingOnTheWay() {
+        test::libraryHooks().av_read_frame = [this](AVFormatContext* format, AVPacket* packet) {
+            if (++packetsRead_ < 120)
+                return test::real::av_read_frame(format, packet);
+            format->pb->error = AVERROR(EIO);
+            return AVERROR(EIO);
+        };
+    }
+
+    std::atomic<int> packetsRead_{0};
     test::LibraryHooksReset reset_;
 };
 
@@ -19,13 +30,7 @@ protected:
 
 TEST_F(WorkerCalls, ADiskThatGivesUpOnTheWayIsTheReasonOfTheFailure) {
     auto* worker = makeWorker(prepare("plain.mp4"));
-    std::atomic<int> read{0};
-    test::libraryHooks().av_read_frame = [&read](AVFormatContext* format, AVPacket* packet) {
-        if (++read < 120)
-            return test::real::av_read_frame(format, packet);
-        format->pb->error = AVERROR(EIO);
-        return AVERROR(EIO);
-    };
+    failReadingOnTheWay();
     const test::LogCapture log;
     const auto ended = run(worker);
     EXPECT_EQ(ended.result, ExportResult::Failed);
@@ -49,13 +54,7 @@ TEST_F(WorkerCalls, AnEncoderThatTheLibraryLacksIsNotTried) {
 
 TEST_F(WorkerCalls, ADetectionPassTellsTheReasonToo) {
     const auto info = prepare("plain.mp4");
-    std::atomic<int> read{0};
-    test::libraryHooks().av_read_frame = [&read](AVFormatContext* format, AVPacket* packet) {
-        if (++read < 120)
-            return test::real::av_read_frame(format, packet);
-        format->pb->error = AVERROR(EIO);
-        return AVERROR(EIO);
-    };
+    failReadingOnTheWay();
     const test::LogCapture log;
     const auto report = std::make_shared<AiReport>();
     const auto done = std::make_shared<std::promise<void>>();

@@ -76,6 +76,9 @@ protected:
         return info;
     }
 
+    static bool exists(const wxString& path) { return wxFileName::Exists(path); }
+    static std::string bytesOf(const wxString& path) { return readFile(path.utf8_string()); }
+
     static void addBlur(int64_t frame, const blurtrack::RectF& rect, int64_t id = 1, int32_t score = 100) {
         const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
         blurtrack::addBlur(frame, rect, score, id);
