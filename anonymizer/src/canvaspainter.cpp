@@ -10,6 +10,7 @@
 
 #include "blurprocessors.h"
 #include "brush.h"
+#include "canvasstore.h"
 #include "pxl/material.h"
 #include "switches.h"
 
@@ -88,7 +89,7 @@ void CanvasPainter::forgetPicture() {
     refused_ = {};
     memoryShort_ = false;
     entries_.clear();
-    entriesFrame_ = 0;
+    entriesFrame_ = kNoFrame;
 }
 
 bool CanvasPainter::tryToLoad(const CanvasPicture& picture) {
@@ -173,14 +174,19 @@ void CanvasPainter::writeMosaic(pxl::Texture& texture, const pxl::Image& image, 
 }
 
 bool CanvasPainter::copyEntries(int64_t frame) {
-    const std::unique_lock<std::mutex> lock(blurtrack::store().mutex, std::try_to_lock);
+    const bool known = frame == entriesFrame_;
+    // Most who hold the store do so for microseconds; drawn without waiting for them, a new frame would flash
+    // up without its blurs.
+    const auto lock =
+        known ? std::unique_lock<std::mutex>(blurtrack::store().mutex, std::try_to_lock) : lockStoreSoon();
     if (lock.owns_lock()) {
         const auto& entries = blurtrack::entriesAt(frame);
         entries_.assign(entries.begin(), entries.end());
-    } else if (frame != entriesFrame_) {
+        entriesFrame_ = frame;
+    } else if (!known) {
         entries_.clear();
+        entriesFrame_ = kNoFrame;
     }
-    entriesFrame_ = frame;
     return lock.owns_lock();
 }
 

@@ -37,7 +37,8 @@ public:
                   MakeTexture makeTexture);
 
     /// One paint, without the swap of buffers. `window` in window pixels, which may be fewer than the
-    /// target's physical ones. Never waits for the blur store. Takes no lock while `controls` runs.
+    /// target's physical ones. Waits for the blur store for a moment when the frame's blurs are not known
+    /// yet, else not at all. Takes no lock while `controls` runs.
     Outcome paint(const CanvasPicture& picture, view::Size window, const DrawControls& controls);
 
     /// Lets go of the last drawn picture. Needs no context.
@@ -83,7 +84,8 @@ private:
     /// There was no memory for the picture drawn last.
     bool memoryShort_ = false;
     pxl::Image scratch_;
-    /// The blurs of frame `entriesFrame_` as they were copied last.
+    static constexpr int64_t kNoFrame = 0;
+    /// The blurs of frame `entriesFrame_` as they were copied last; none while that is kNoFrame.
     std::vector<blurtrack::BlurEntry> entries_;
-    int64_t entriesFrame_ = 0;
+    int64_t entriesFrame_ = kNoFrame;
 };
