@@ -9,7 +9,8 @@ namespace pxl {
 
 namespace {
 
-/// A non-empty log is a failure whatever the status says. The driver's words are logged after it.
+/// A non-empty log is a failure whatever the status says. The driver's words are logged after it: the
+/// failure's own don't tell what it dislikes, and nobody could mend it from a user's log.
 bool failed(std::string_view infoLog, const char* failure) {
     if (infoLog.empty())
         return false;

@@ -179,6 +179,8 @@ bool CanvasInteraction::endRecording() {
 
 void CanvasInteraction::setPlayState(PlayState state, int64_t playerPosition) {
     const std::lock_guard<std::mutex> lock(mutex_);
+    // At the end of the video the button is still held. Left on, the recording would go on from whatever
+    // frame a seek or a play delivers next.
     if (state == Stopped)
         endRecording();
     if (state == Playing) {
