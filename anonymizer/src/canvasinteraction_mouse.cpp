@@ -57,9 +57,10 @@ CanvasEffects CanvasInteraction::figureOutState(const CanvasMouse& event, bool p
         break;
     case CanvasMouse::LeftDown:
         if (inside)
-            pressInside(event.position, playerPlays, effects);
+            pressInside(event.position, playing, effects);
         break;
     case CanvasMouse::LeftUp:
+        // A recording must not run on without a held button, wherever that is let go.
         playingEnded = inside ? playing : wasRecording;
         if (inside)
             releaseInside(event.position, playing, effects);
@@ -83,6 +84,7 @@ CanvasInteraction::Hit CanvasInteraction::hitTest(view::Point position) {
         return Hit::Unknown;
     const view::PointF video = onVideo(position);
     const auto& entries = blurtrack::entriesAt(frame_->index);
+    // Detections belong to no blur that the user could select; one below them can be selected.
     const auto hit = std::find_if(entries.rbegin(), entries.rend(), [&](const blurtrack::BlurEntry& entry) {
         return entry.id != blurtrack::kAnonymousBlurId && blurtrack::contains(entry, video.x, video.y);
     });
@@ -209,10 +211,14 @@ void CanvasInteraction::pressInside(view::Point position, bool playing, CanvasEf
         effects.startTimer = true;
     } else {
         const Hit hit = hitTest(position);
-        if (hit == Hit::Yes)
+        if (hit == Hit::Yes) {
             effects.startTimer = true;
-        else if (hit == Hit::No)
+            // Should the blur be gone when the hold fires, nothing of the dab before is recorded for it.
+            currentBlurId_ = blurtrack::kNoBlurId;
+            newBlurRect_ = {};
+        } else if (hit == Hit::No) {
             newBrush(position);
+        }
     }
 }
 

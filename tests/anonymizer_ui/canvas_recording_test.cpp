@@ -63,6 +63,23 @@ TEST_F(Canvas, HoldingWithoutPlayerDoesNothing) {
     EXPECT_FALSE(canvas.recording());
 }
 
+TEST_F(Canvas, HoldingABlurThatIsGoneRecordsNothingOfTheDabBefore) {
+    paintedAt(100, 100);
+    leave();
+    put(10, 700, 200, 100);
+    move(210, 110);
+    press(210, 110);
+    blurtrack::clear();
+    blurtrack::initFrames(1000);
+    canvas.settle();
+    hold();
+    show(11);
+    release(210, 110);
+    EXPECT_THAT(blurtrack::entriesAt(10), IsEmpty());
+    EXPECT_THAT(blurtrack::entriesAt(11), IsEmpty());
+    EXPECT_TRUE(blurtrack::store().spans.empty());
+}
+
 TEST_F(Canvas, HoldingRecordsFromThePictureOnThatIsShownNowUnderTheNextNumber) {
     for (const int64_t now : {50, 3, 12, 9}) {
         show(10);
@@ -390,6 +407,22 @@ TEST_F(Canvas, MotionCountsAsPlayingBeforeTheWorkerSaysSo) {
     EXPECT_TRUE(canvas.recording());
     EXPECT_EQ(move(100, 260).stopAndSeekTo, 10);
     EXPECT_FALSE(canvas.recording());
+}
+
+TEST_F(Canvas, PressWithoutAReleaseCountsAsPlayingBeforeTheWorkerSaysSo) {
+    move(100, 100);
+    const int64_t first = upcomingBrushId() - 1;
+    press(100, 100);
+    hold();
+    const CanvasEffects effects = press(200, 100);
+    EXPECT_FALSE(effects.startTimer) << "no second hold";
+    EXPECT_TRUE(canvas.recording());
+    playing = true;
+    canvas.setPlayState(Playing, 10);
+    show(11);
+    EXPECT_EQ(framesOf(first), (std::vector<int64_t>{10}));
+    EXPECT_EQ(framesOf(first + 1), (std::vector<int64_t>{10, 11}));
+    EXPECT_EQ(release(200, 100).stopAndSeekTo, 11);
 }
 
 TEST_F(Canvas, ReleaseWhileRecordingBesideEveryBlurKeepsTheBrush) {
