@@ -65,7 +65,7 @@ video::VideoInfo describe(const std::string& clip) {
 bool exportFile(const std::string& clip, const std::string& output) {
     video::VideoInfo info = describe(clip);
     addRegion(info.frameCount);
-    info.frameCount = 0; // Not scanned: what the file states is no promise.
+    info.frameCount = -1; // Not scanned: what the file states is no promise.
     NoProgress progress;
     std::promise<ExportResult> result;
     ExportWorker* worker =

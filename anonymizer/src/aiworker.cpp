@@ -145,7 +145,7 @@ bool AiWorker::detectFrames(const std::shared_ptr<video::Decoder>& decoder, Cloc
         ++counter;
     }
     // A file that can't be read to its end, or has become another one, ends like any other.
-    if (source_.frameCount <= 0 || counter == source_.frameCount)
+    if (source_.frameCount < 0 || counter == source_.frameCount)
         return true;
     wxLogError("[AI] The pass saw %s of %s frames", wxString() << counter, wxString() << source_.frameCount);
     return false;

@@ -98,6 +98,7 @@ ExportWorker::Outcome ExportWorker::exportVideo() {
     outputFailed_ = encoder && encoder->fileFailed();
     if (!encoder)
         return refuse(_("There is no video encoder."));
+    // The second one too is asked: nothing can be handed to an encoder that is not open.
     if (!encoder->isOpen())
         return refuse(encoder->failureText());
 
@@ -168,7 +169,7 @@ bool ExportWorker::exportFrames(DecodeAhead& source, Encoder_ffmpeg& encoder) {
         if (TestDestroy())
             return true;
         lastFrame_ = picture->frameIndex;
-        if (source_.frameCount > 0 && lastFrame_ > source_.frameCount)
+        if (source_.frameCount >= 0 && lastFrame_ > source_.frameCount)
             return false;
         if (picture->converted) {
             const int64_t index = picture->frameIndex;
@@ -187,7 +188,7 @@ bool ExportWorker::exportFrames(DecodeAhead& source, Encoder_ffmpeg& encoder) {
 }
 
 bool ExportWorker::sourceHasChanged() const {
-    return source_.frameCount > 0 && lastFrame_ != source_.frameCount;
+    return source_.frameCount >= 0 && lastFrame_ != source_.frameCount;
 }
 
 /// Nothing can be written: says so where the progress would have been.

@@ -28,7 +28,7 @@ using ExportDone = std::function<void(ExportResult result, const wxString& text)
 /// processor must not be used elsewhere meanwhile.
 ///
 /// A source that no longer has as many frames as `VideoInfo::frameCount` says fails: frames beyond that count
-/// have no rectangles, so they are never written. 0 means that the count is not known.
+/// have no rectangles, so they are never written. A negative count is not known and not compared.
 ///
 /// The output path itself is written, from the start: a file that is there already is lost at once.
 ///

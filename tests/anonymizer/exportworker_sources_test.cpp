@@ -175,7 +175,17 @@ TEST_F(ExportWorkerSources, SourceThatIsDeletedWhileItIsReadIsReadToItsEnd) {
 
 TEST_F(ExportWorkerSources, UnknownFrameCountTakesTheFramesThatThereAre) {
     auto info = prepare("plain.mp4");
-    info.frameCount = 0;
+    info.frameCount = -1;
     EXPECT_EQ(run(makeWorker(info)).result, ExportResult::Success);
     EXPECT_EQ(test::probe(output).packets.size(), 250u);
+}
+
+// As of a file that was still being written when it was opened: no region could be kept for its frames.
+TEST_F(ExportWorkerSources, FramesOfAVideoThatHadNoneAreNotWritten) {
+    auto info = prepare("plain.mp4");
+    info.frameCount = 0;
+    const Ended ended = run(makeWorker(info));
+    EXPECT_EQ(ended.result, ExportResult::Failed);
+    EXPECT_EQ(ended.text, "The video has changed since it was opened.");
+    EXPECT_FALSE(exists(output));
 }
