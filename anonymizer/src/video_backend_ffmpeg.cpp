@@ -87,7 +87,7 @@ bool Decoder_ffmpeg::open(const wxString& path) {
     readError_.clear();
     frame_.reset(av_frame_alloc());
     packet_.reset(av_packet_alloc());
-    if (frame_ && packet_ && openFile(path) && openCodec()) {
+    if (frame_ && packet_ ? openFile(path) && openCodec() : outOfMemory()) {
         refusedContent_ = false;
         return true;
     }
@@ -97,9 +97,8 @@ bool Decoder_ffmpeg::open(const wxString& path) {
 
 bool Decoder_ffmpeg::openFile(const wxString& path) {
     AVFormatContext* format = avformat_alloc_context();
-    // Only without memory.
     if (!format)
-        return false;
+        return outOfMemory();
     format->interrupt_callback = {&Decoder_ffmpeg::interrupted, this};
     const std::string name = ffmpeg::filePath(path);
     // Not left to the library: when its parser fails, it closes the file and forgets that the disk was to
@@ -145,7 +144,7 @@ bool Decoder_ffmpeg::openCodec() {
     codecContext_.reset(avcodec_alloc_context3(codec));
     for (AVCodecContext* context : {unusedCodecContext_.get(), codecContext_.get()})
         if (!context || avcodec_parameters_to_context(context, parameters) != 0)
-            return false;
+            return outOfMemory();
     const int result = avcodec_open2(codecContext_.get(), codec, nullptr);
     // Without memory, or parameters that this codec rejects; damage mostly shows in the first picture.
     if (result < 0)
@@ -159,6 +158,12 @@ bool Decoder_ffmpeg::fail(int code) {
     error_ = ffmpeg::errorText(code);
     refusedContent_ = !isSystemError(code);
     wxLogError("[DecoderFFMPEG] %s", error_);
+    return false;
+}
+
+/// Fails in silence; the file is not to blame.
+bool Decoder_ffmpeg::outOfMemory() {
+    refusedContent_ = false;
     return false;
 }
 
@@ -189,13 +194,12 @@ bool Decoder_ffmpeg::decodeNext(FrameDetails* details) {
     if (!codecContext_)
         return false;
     av_frame_unref(frame_.get());
-    int result = 0;
     while (!framesLost_ && !interrupted(this) && !seekIsAbandoned()) {
-        result = av_read_frame(format_.get(), packet_.get());
+        const int result = av_read_frame(format_.get(), packet_.get());
         // A packet may come all the same, cut short.
         const int diskError = format_->pb ? format_->pb->error : 0;
         if (result < 0 || isFailure(diskError)) {
-            framesLost_ = result != AVERROR_EOF || isFailure(diskError);
+            framesLost_ = true;
             noteError(diskError);
             if (result == AVERROR(ENOMEM))
                 noteError(result);
@@ -209,10 +213,6 @@ bool Decoder_ffmpeg::decodeNext(FrameDetails* details) {
         if (delivered)
             return true;
     }
-    // A target that never comes must not swallow whatever is played next; one given up on its way is still
-    // ahead.
-    if (result == AVERROR_EOF)
-        seekPending_ = false;
     return false;
 }
 

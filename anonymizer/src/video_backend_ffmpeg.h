@@ -41,13 +41,12 @@ struct StreamTraits {
 ///
 /// A packet that can't be decoded yields no frame and is no error: it never does, so the numbers stay those
 /// of the index. Once a frame may be missing that another reading delivers (the disk fails, there is no
-/// memory, reading was interrupted) `next` returns false until the next `seek` that succeeds, or `open`: no
-/// picture comes under another one's number. Frames that share their decode timestamp are told apart by their
+/// memory, reading was interrupted, a file that grows had its end too early) `next` returns false until the
+/// next `seek` that succeeds, or `open`: no picture comes under another one's number. Frames that share their decode timestamp are told apart by their
 /// order.
 ///
-/// A stream that changes its picture size on
-/// the way is delivered in the size of its header: `convert` scales every frame from the size and pixel
-/// format it really has to the target's.
+/// A stream that changes its picture size on the way is delivered in the size of its header: `convert` scales
+/// every frame from the size and pixel format it really has to the target's.
 ///
 /// Colours: `convert` reads the planes with the matrix the stream states (BT.601 when it states none) and the
 /// range each frame states. An encoder that uses `VideoInfo::colorMatrix` for the way back gets the
@@ -108,6 +107,7 @@ private:
     static int interrupted(void* decoder);
     bool seekIsAbandoned() const;
     bool openFile(const wxString& path);
+    bool outOfMemory();
     bool openCodec();
     bool fail(int code);
     /// Keeps what is no end of the file, the first time.
@@ -124,7 +124,7 @@ private:
     /// Frames with that timestamp that come before the target.
     int64_t sameDtsToPass_ = 0;
     bool seekPending_ = false;
-    /// A frame may have been missed since the last positioning.
+    /// A frame may have been missed since the last positioning, or the file has ended.
     bool framesLost_ = false;
     ffmpeg::Input format_;
     /// Filled like the working one and never opened.

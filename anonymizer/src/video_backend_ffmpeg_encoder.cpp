@@ -273,6 +273,7 @@ int Encoder_ffmpeg::scale(const pxl::Image& image) {
     if (scaler) {
         if (settings_.colorMatrix != video::kColorMatrixUnspecified)
             ffmpeg::setRgbToYuv(scaler.get(), settings_.colorMatrix, false);
+        // All of the picture's own rows, whose number may differ from the codec's.
         written = sws_scale(scaler.get(), source.data, source.linesize, 0, image.height, target.data,
                             target.linesize);
     }

@@ -80,8 +80,8 @@ public:
     void stop();
     /// Delivers exactly frame `frame`, from 1, and ends playing. Returns at once. Of seeks that wait, only
     /// the last is carried out, and one on its way, whose picture would be dropped, is given up for it; a
-    /// number outside the video and a frame that can't be decoded deliver nothing, in silence (the decoder
-    /// says what the disk or the memory said).
+    /// number outside the video and a frame that can't be decoded deliver nothing, in silence; only one that
+    /// there is no memory for leaves an error line.
     void seek(int frame);
     /// A seek has been asked for and its frame is not yet delivered, or its end not yet told: the last
     /// picture is not the one to come. Any thread.

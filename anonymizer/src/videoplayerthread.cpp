@@ -265,6 +265,7 @@ std::shared_ptr<VideoPlayer::Frame> VideoPlayerThread::convertedFrame() {
         frame->index = decoder_->frameIndex();
         return frame;
     } catch (const std::bad_alloc&) {
+        // Otherwise a picture would stand still for no reason.
         wxLogError("[VideoPlayerThread] No memory for a frame of %d x %d", width_, height_);
         return nullptr;
     }

@@ -315,6 +315,33 @@ TEST(Encoder, FramesOfAnotherSizeAreScaledToTheSettings) {
         EXPECT_NEAR(level, 200, 3);
 }
 
+TEST(Encoder, APictureOfAnotherSizeIsScaledAndNotCut) {
+    const TempDir dir;
+    const auto settings = settingsFor(dir.file("clip.mp4"));
+    Encoder_ffmpeg encoder(settings);
+    for (const int factor : {1, 2, 5}) {
+        pxl::Image image(factor * settings.width, factor * settings.height);
+        for (int y = 0; y < image.height; ++y)
+            for (int x = 0; x < image.width; ++x) {
+                const uint32_t level = 60u + (2 * x >= image.width ? 40 : 0) + (2 * y >= image.height ? 80 : 0);
+                image.pixels[y * image.width + x] = 0xFF000000u | level * 0x010101u;
+            }
+        encoder.encode(std::make_shared<Picture>(std::move(image)));
+    }
+    encoder.finish();
+    const auto pictures = test::decodeAll(settings.path, "gray");
+    const auto width = static_cast<std::size_t>(settings.width);
+    const auto height = static_cast<std::size_t>(settings.height);
+    ASSERT_EQ(pictures.size(), 3 * width * height);
+    for (std::size_t frame = 0; frame < 3; ++frame)
+        for (const std::size_t right : {0u, 1u})
+            for (const std::size_t lower : {0u, 1u}) {
+                const std::size_t row = frame * height + height / 4 + lower * height / 2;
+                EXPECT_NEAR(pictures[row * width + width / 4 + right * width / 2], 60 + 40 * right + 80 * lower, 4)
+                    << frame;
+            }
+}
+
 TEST(Encoder, EachFrameKeepsItsOwnContent) {
     // A codec that still holds a frame must not see the next one's pixels in it.
     const TempDir dir;

@@ -43,6 +43,18 @@ protected:
     }
 };
 
+TEST_F(VideoPlayerPlay, AFrameWithoutMemoryIsLeftOutAndSaysSo) {
+    decoder->onConvert = [this](const pxl::Image&) {
+        if (decoder->frameIndex() == 8)
+            throw std::bad_alloc();
+    };
+    openAt(6);
+    player->play(25);
+    ASSERT_TRUE(events.waitFor("Stopped"));
+    EXPECT_EQ(events.lines(), (Lines{"Playing", "frame 7", "frame 9", "frame 10", "Stopped"}));
+    EXPECT_EQ(log.lines(wxLOG_Error), (Lines{"[VideoPlayerThread] No memory for a frame of 4 x 2"}));
+}
+
 TEST_F(VideoPlayerPlay, BeforeAnySeekItStopsAtOnce) {
     openAndWait();
     player->play(25);

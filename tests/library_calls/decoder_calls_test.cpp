@@ -149,6 +149,7 @@ TEST_F(DecoderCalls, ParametersThatCannotBeCopiedFailInSilence) {
                                      : test::real::avcodec_parameters_to_context(context, from);
         };
         expectOpenFails("");
+        EXPECT_FALSE(decoder_.refusedContent()) << "there was no memory";
         EXPECT_EQ(call, failing);
     }
 }
@@ -346,6 +347,12 @@ TEST_F(DecoderCalls, AfterALostPacketNothingComesUntilASeekSucceeds) {
              return AVERROR_EXIT;
          },
          ""},
+        // The end of a file that is longer when it is read again.
+        {[&](AVFormatContext* format, AVPacket* packet) {
+             lose(format, packet);
+             return AVERROR_EOF;
+         },
+         ""},
     };
     for (const auto& [failure, text] : failures) {
         libraryHooks() = {};
@@ -358,6 +365,16 @@ TEST_F(DecoderCalls, AfterALostPacketNothingComesUntilASeekSucceeds) {
         libraryHooks() = {};
         expectNothingUntilASeek();
     }
+}
+
+TEST_F(DecoderCalls, AnEndBeforeTheTargetIsTheEndUntilASeekSucceeds) {
+    open("plain.mp4");
+    ASSERT_EQ(test::scanAll(decoder_), 250);
+    ASSERT_TRUE(decoder_.seek(200));
+    libraryHooks().av_read_frame = [](AVFormatContext*, AVPacket*) { return AVERROR_EOF; };
+    EXPECT_FALSE(decoder_.next());
+    libraryHooks() = {};
+    expectNothingUntilASeek();
 }
 
 TEST_F(DecoderCalls, TheEndOfTheFileIsNoError) {
@@ -486,4 +503,25 @@ TEST_F(DecoderCalls, WithoutAScalerNothingIsConverted) {
     EXPECT_FALSE(decoder_.convert(image));
     libraryHooks() = {};
     EXPECT_TRUE(decoder_.convert(image));
+}
+
+TEST_F(DecoderCalls, APictureThatIsNotScaledWholeIsNoPicture) {
+    // With rows of the target's own length, and with longer ones.
+    for (const char* clip : {"plain.mp4", "odd_321x181.mp4"}) {
+        open(clip);
+        ASSERT_TRUE(decoder_.next());
+        pxl::Image image = test::imageFor(decoder_);
+        for (const int missing : {1, image.height}) {
+            libraryHooks().sws_scale = [missing](SwsContext* scaler, const uint8_t* const source[],
+                                                 const int sourceStride[], int firstRow, int rows,
+                                                 uint8_t* const target[], const int targetStride[]) {
+                return test::real::sws_scale(scaler, source, sourceStride, firstRow, rows, target,
+                                             targetStride) -
+                       missing;
+            };
+            EXPECT_FALSE(decoder_.convert(image)) << clip;
+            libraryHooks() = {};
+            EXPECT_TRUE(decoder_.convert(image)) << clip;
+        }
+    }
 }

@@ -52,6 +52,18 @@ TEST_F(WorkerCalls, AnEncoderThatTheLibraryLacksIsNotTried) {
     EXPECT_FALSE(wxFileName::Exists(output));
 }
 
+TEST_F(WorkerCalls, ALibraryWithoutAnH264EncoderMakesMpeg4) {
+    const auto info = prepare("two_frames.mp4");
+    test::libraryHooks().avcodec_find_encoder = [](AVCodecID id) -> const AVCodec* {
+        return id == AV_CODEC_ID_H264 ? nullptr : test::real::avcodec_find_encoder(id);
+    };
+    const test::LogCapture log;
+    EXPECT_EQ(run(makeWorker(info)).result, ExportResult::Success);
+    EXPECT_TRUE(log.contains("No h264 encoder. Fallback MPEG4"));
+    EXPECT_FALSE(log.contains("[video encoder] Could not find encoder"));
+    EXPECT_EQ(test::probe(output).stream.at("codec_name"), "mpeg4");
+}
+
 TEST_F(WorkerCalls, ADetectionPassTellsTheReasonToo) {
     const auto info = prepare("plain.mp4");
     failReadingOnTheWay();

@@ -57,6 +57,10 @@ WRAP(SwsContext*, sws_getContext,
      (int srcW, int srcH, AVPixelFormat srcFormat, int dstW, int dstH, AVPixelFormat dstFormat, int flags,
       SwsFilter* srcFilter, SwsFilter* dstFilter, const double* parameters),
      (srcW, srcH, srcFormat, dstW, dstH, dstFormat, flags, srcFilter, dstFilter, parameters))
+WRAP(int, sws_scale,
+     (SwsContext * scaler, const uint8_t* const source[], const int sourceStride[], int firstRow, int rows,
+      uint8_t* const target[], const int targetStride[]),
+     (scaler, source, sourceStride, firstRow, rows, target, targetStride))
 
 #undef WRAP
 
@@ -72,6 +76,7 @@ void* __wrap_calloc(std::size_t count, std::size_t size) {
 
 namespace test::real {
 
+decltype(&::avcodec_find_encoder) const avcodec_find_encoder = __real_avcodec_find_encoder;
 decltype(&::avcodec_open2) const avcodec_open2 = __real_avcodec_open2;
 decltype(&::avcodec_parameters_to_context) const avcodec_parameters_to_context =
     __real_avcodec_parameters_to_context;
@@ -84,5 +89,6 @@ decltype(&::av_read_frame) const av_read_frame = __real_av_read_frame;
 decltype(&::av_seek_frame) const av_seek_frame = __real_av_seek_frame;
 decltype(&::sws_freeContext) const sws_freeContext = __real_sws_freeContext;
 decltype(&::sws_getContext) const sws_getContext = __real_sws_getContext;
+decltype(&::sws_scale) const sws_scale = __real_sws_scale;
 
 } // namespace test::real

@@ -31,6 +31,7 @@ struct LibraryHooks {
     std::function<decltype(::av_seek_frame)> av_seek_frame;
     std::function<decltype(::sws_freeContext)> sws_freeContext;
     std::function<decltype(::sws_getContext)> sws_getContext;
+    std::function<decltype(::sws_scale)> sws_scale;
 };
 LibraryHooks& libraryHooks();
 
@@ -47,6 +48,7 @@ void watchZeroedMemory(std::size_t bytes);
 int zeroedMemoryAsked();
 
 namespace real {
+extern decltype(&::avcodec_find_encoder) const avcodec_find_encoder;
 extern decltype(&::avcodec_open2) const avcodec_open2;
 extern decltype(&::avcodec_parameters_to_context) const avcodec_parameters_to_context;
 extern decltype(&::avcodec_receive_frame) const avcodec_receive_frame;
@@ -58,6 +60,7 @@ extern decltype(&::av_read_frame) const av_read_frame;
 extern decltype(&::av_seek_frame) const av_seek_frame;
 extern decltype(&::sws_freeContext) const sws_freeContext;
 extern decltype(&::sws_getContext) const sws_getContext;
+extern decltype(&::sws_scale) const sws_scale;
 } // namespace real
 
 } // namespace test
