@@ -73,7 +73,8 @@ void delBlur(int64_t id, int64_t fromFrame);
 /// Half-open test, in float: x <= px < x + w and y <= py < y + h.
 bool contains(const BlurEntry& entry, float px, float py);
 
-/// Topmost entry of the frame under the point, whatever its id; id `kNoBlurId` when there is none.
+/// Topmost entry of the frame under the point, whatever its id; id `kNoBlurId` when there is none. The canvas
+/// looks for itself, past the anonymous ones: they can't be selected.
 BlurEntry hitTest(int64_t frame, float px, float py);
 
 std::optional<BlurSpan> spanOf(int64_t id);

@@ -334,7 +334,7 @@ TEST_F(ExportContent, PlanesOutsideRectanglesStayNearForOtherCodecsAndDepths) {
                     shift += before[at] - after[at];
             EXPECT_LT(std::abs(static_cast<double>(shift)) / static_cast<double>(count), 0.7) << clip;
         }
-        blurtrack::clear();
+        reset();
     }
 }
 

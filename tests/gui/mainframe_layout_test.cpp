@@ -76,7 +76,7 @@ TEST_F(MainFrameLayout, TheSmallestWindowShowsTheBeginningOfTheHintAndTheRestInA
     resize(128, 128);
     ASSERT_TRUE(test::runUntil([this] { return !hintIsWhole(); }));
     test::runPending();
-    EXPECT_THAT(hint(), StartsWith("Open"));
+    EXPECT_THAT(hint(), StartsWith(hintText(kHintNoVideo).BeforeFirst(' ').utf8_string()));
     EXPECT_THAT(hint(), EndsWith("\u2026"));
     EXPECT_EQ(hintLine().GetToolTipText(), hintText(kHintNoVideo));
     EXPECT_GT(canvas().GetSize().y, 32) << "a strip of the picture over the controls";

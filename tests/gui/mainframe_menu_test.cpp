@@ -170,7 +170,7 @@ TEST_F(MainFrameMenu, TheCanvasKeepsTheHintLineThroughAChangeOfMode) {
     setHint(hintTextForBlur(kHintRecording, 3));
     switches::hintOverride = true;
     command(6108);
-    EXPECT_EQ(hint(), "Recording blur 3");
+    EXPECT_EQ(hint(), hintTextForBlur(kHintRecording, 3).utf8_string());
     EXPECT_EQ(switches::hintState, 2);
 }
 
