@@ -83,6 +83,7 @@ wxThread::ExitCode AiWorker::Entry() {
     int64_t counter = 0;
     bool completed = false;
     guarded([&] { completed = fillStore(decoder, interrupt, counter); });
+    // There is no decoder only where there was no memory for it.
     if (decoder && !decoder->readError().empty())
         wxLogError("[AI] %s", decoder->readError());
 

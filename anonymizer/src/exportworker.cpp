@@ -212,7 +212,7 @@ ExportWorker::Outcome ExportWorker::judge(const Encoder_ffmpeg& encoder, bool ca
     if (!openError.empty())
         return {ExportResult::Failed, openError};
     if (sourceHasChanged()) {
-        const wxString readError = readError_ ? readError_() : wxString();
+        const wxString readError = readError_();
         return {ExportResult::Failed,
                 readError.empty() ? _("The video has changed since it was opened.") : readError};
     }

@@ -35,7 +35,7 @@ bool isUneven(const std::vector<int64_t>& timestamps) {
 /// for an invalid argument, which it also says of contents.
 bool isSystemError(int code) {
     constexpr int kLargestErrno = 4095;
-    return code < 0 && AVUNERROR(code) <= kLargestErrno && code != AVERROR(EINVAL);
+    return AVUNERROR(code) <= kLargestErrno && code != AVERROR(EINVAL);
 }
 
 /// Of a reading function's results.
@@ -115,7 +115,7 @@ bool Decoder_ffmpeg::openFile(const wxString& path) {
     if (result < 0) {
         const int readError = file->error;
         avio_closep(&file);
-        return fail(readError < 0 && readError != AVERROR_EOF ? readError : result);
+        return fail(isFailure(readError) ? readError : result);
     }
     format_.reset(format);
     result = avformat_find_stream_info(format, nullptr);
@@ -197,7 +197,7 @@ bool Decoder_ffmpeg::decodeNext(FrameDetails* details) {
     while (!framesLost_ && !interrupted(this) && !seekIsAbandoned()) {
         const int result = av_read_frame(format_.get(), packet_.get());
         // A packet may come all the same, cut short.
-        const int diskError = format_->pb ? format_->pb->error : 0;
+        const int diskError = format_->pb->error;
         if (result < 0 || isFailure(diskError)) {
             framesLost_ = true;
             noteError(diskError);
@@ -358,8 +358,7 @@ bool Decoder_ffmpeg::seek(int frame) {
     if (isShared)
         landingDts =
             seekTargetDts_ == AV_NOPTS_VALUE ? frameDts_[0] : std::min(landingDts, seekTargetDts_ - 1);
-    if (format_->pb)
-        format_->pb->error = 0;
+    format_->pb->error = 0;
     const bool positioned = av_seek_frame(format_.get(), streamIndex_, landingDts, AVSEEK_FLAG_BACKWARD) >= 0;
     // Met from anywhere else, one of several frames alike could be any of them.
     framesLost_ = positioned ? false : framesLost_ || isShared;

@@ -284,6 +284,16 @@ TEST_F(Processors, EmptyFramesGiveAnEmptyResult) {
     EXPECT_TRUE(unblur.process(input, 1, 50)->empty());
 }
 
+TEST_F(Processors, PicturesOfAnotherHeightOrWidthFitTheirBuffersAnew) {
+    Frameunblur unblur;
+    for (const auto& [width, height] : {std::pair(120, 100), std::pair(120, 220), std::pair(300, 220)}) {
+        const Image input = numbered(width, height);
+        const Image* const result = unblur.process(input, 1, 50);
+        const int32_t block = mosaicBlockSize(width, height, kExportBlurDivisor);
+        EXPECT_TRUE(samePixels(*result, plainMosaic(input, block))) << width << " x " << height;
+    }
+}
+
 TEST_F(Processors, ResultNeverSharesTheInputsPixels) {
     const Image input = numbered(200, 150);
     Frameblur blur;

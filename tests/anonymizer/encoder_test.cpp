@@ -342,6 +342,20 @@ TEST(Encoder, APictureOfAnotherSizeIsScaledAndNotCut) {
             }
 }
 
+TEST(Encoder, OddPicturesOfOneWidthAndSeveralHeightsAreScaledWhole) {
+    const TempDir dir;
+    const auto settings = settingsFor(dir.file("clip.mp4"));
+    Encoder_ffmpeg encoder(settings);
+    for (const int height : {47, 9, 200})
+        encoder.encode(flat(63, height, static_cast<uint8_t>(60 + height / 2)));
+    encoder.finish();
+    const auto means = meanOfEach(test::decodeAll(settings.path, "gray"), 64 * 48);
+    ASSERT_EQ(means.size(), 3u);
+    EXPECT_NEAR(means[0], 83, 3);
+    EXPECT_NEAR(means[1], 64, 3);
+    EXPECT_NEAR(means[2], 160, 3);
+}
+
 TEST(Encoder, EachFrameKeepsItsOwnContent) {
     // A codec that still holds a frame must not see the next one's pixels in it.
     const TempDir dir;

@@ -139,6 +139,8 @@ TEST(EncoderTiming, RatesAboveTheirFractionGetAFinerOne) {
     expectBase(50.3, 10, 503);
     expectBase(25.01, 100, 2501);
     expectBase(90000, 1, 90000);
+    // The finest there is, for a rate that no video has.
+    expectBase(2e6, 1, 1000000);
 }
 
 TEST(EncoderTiming, At25FramesPerSecondFrameNHasTimeStampN) {

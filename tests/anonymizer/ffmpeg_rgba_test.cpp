@@ -179,7 +179,9 @@ void PrintTo(const Coding& coding, std::ostream* out) {
 }
 
 bool isFull(const Coding& coding) {
-    return coding.range == AVCOL_RANGE_JPEG || coding.format == AV_PIX_FMT_YUVJ420P;
+    // The formats that have it in their name: yuvj420p and its like.
+    return coding.range == AVCOL_RANGE_JPEG ||
+           std::string(av_get_pix_fmt_name(coding.format)).compare(0, 4, "yuvj") == 0;
 }
 
 /// The definition of the coding, in floating point.
@@ -191,8 +193,9 @@ void fillColor(AVFrame& picture, const Coding& coding, Rgb color) {
     const double scale = isFull(coding) ? 1 : 224.0 / 255;
     const double values[] = {y, 128 + cb * scale, 128 + cr * scale};
     const bool tenBits = coding.format == AV_PIX_FMT_YUV420P10LE;
+    const int chromaRows = AV_CEIL_RSHIFT(picture.height, av_pix_fmt_desc_get(coding.format)->log2_chroma_h);
     for (int plane = 0; plane < 3; ++plane)
-        for (int row = 0; row < (plane ? (picture.height + 1) / 2 : picture.height); ++row) {
+        for (int row = 0; row < (plane ? chromaRows : picture.height); ++row) {
             uint8_t* bytes = picture.data[plane] + row * picture.linesize[plane];
             if (tenBits)
                 std::fill_n(reinterpret_cast<uint16_t*>(bytes), picture.linesize[plane] / 2,
@@ -260,6 +263,10 @@ const Coding kLimitedRange[] = {{"Unspecified", 2, AV_PIX_FMT_YUV420P, AVCOL_RAN
 /// Their planes get another range or depth on the way back, so only the colours can be the same.
 const Coding kOthers[] = {
     {"FullRangeFormat", 2, AV_PIX_FMT_YUVJ420P, AVCOL_RANGE_UNSPECIFIED, 0.299, 0.114},
+    {"FullRangeFormat411", 2, AV_PIX_FMT_YUVJ411P, AVCOL_RANGE_UNSPECIFIED, 0.299, 0.114},
+    {"FullRangeFormat422", 2, AV_PIX_FMT_YUVJ422P, AVCOL_RANGE_UNSPECIFIED, 0.299, 0.114},
+    {"FullRangeFormat440", 2, AV_PIX_FMT_YUVJ440P, AVCOL_RANGE_UNSPECIFIED, 0.299, 0.114},
+    {"FullRangeFormat444", 2, AV_PIX_FMT_YUVJ444P, AVCOL_RANGE_UNSPECIFIED, 0.299, 0.114},
     {"FullRangeTag", 2, AV_PIX_FMT_YUV420P, AVCOL_RANGE_JPEG, 0.299, 0.114},
     {"FullRangeBt709", kBt709, AV_PIX_FMT_YUVJ420P, AVCOL_RANGE_JPEG, 0.2126, 0.0722},
     {"TenBits", 2, AV_PIX_FMT_YUV420P10LE, AVCOL_RANGE_MPEG, 0.299, 0.114},

@@ -117,6 +117,12 @@ TEST(RegionsCsv, TakesAHeaderOnlyFirstAndOnlyInItsOrder) {
               "line 2: first_frame 'first_frame' is not a whole number");
     EXPECT_EQ(errorOf("x,y,w,h,first_frame,last_frame\n1,2,3,4,5,6"),
               "line 1: first_frame 'x' is not a whole number");
+    for (const char* first : {"FIRST-FRAME", "first{frame", "GIRST_FRAME", "first_fram\x7f"}) {
+        const std::string field(first);
+        EXPECT_EQ(errorOf(field + ",last_frame,x,y,w,h\n1,2,3,4,5,6"),
+                  "line 1: first_frame '" + field.substr(0, field.find('\x7f')) +
+                      (field.find('\x7f') == std::string::npos ? "" : "?") + "' is not a whole number");
+    }
 }
 
 TEST(RegionsCsv, WritesWhatItReads) {

@@ -154,6 +154,39 @@ TEST_F(DecoderCalls, ParametersThatCannotBeCopiedFailInSilence) {
     }
 }
 
+TEST_F(DecoderCalls, WithoutMemoryForOneOfItsObjectsNothingOpensInSilence) {
+    std::vector<std::function<void()>> shortages{
+        [] { libraryHooks().av_frame_alloc = []() -> AVFrame* { return nullptr; }; },
+        [] { libraryHooks().av_packet_alloc = []() -> AVPacket* { return nullptr; }; },
+        [] { libraryHooks().avformat_alloc_context = []() -> AVFormatContext* { return nullptr; }; }};
+    for (const int failing : {1, 2})
+        shortages.emplace_back([failing] {
+            libraryHooks().avcodec_alloc_context3 = [failing, call = 0](const AVCodec* codec) mutable {
+                return ++call == failing ? nullptr : test::real::avcodec_alloc_context3(codec);
+            };
+        });
+    for (const auto& shortage : shortages) {
+        shortage();
+        expectOpenFails("");
+        EXPECT_FALSE(decoder_.refusedContent()) << "the file is not to blame";
+        libraryHooks() = {};
+        open("plain.mp4");
+        expectNext(1);
+    }
+}
+
+TEST_F(DecoderCalls, AStreamWithoutASizeIsRefusedInSilence) {
+    for (const bool wide : {false, true}) {
+        libraryHooks().avformat_find_stream_info = [wide](AVFormatContext* format, AVDictionary** options) {
+            const int result = test::real::avformat_find_stream_info(format, options);
+            (wide ? format->streams[0]->codecpar->height : format->streams[0]->codecpar->width) = 0;
+            return result;
+        };
+        expectOpenFails("");
+        EXPECT_TRUE(decoder_.refusedContent());
+    }
+}
+
 TEST_F(DecoderCalls, TheLibraryItselfNeverPrints) {
     // Decoders exist, and the library's own level is another.
     EXPECT_EQ(av_log_get_level(), -8);
@@ -190,7 +223,47 @@ TEST_F(DecoderCalls, RateIsTheStreamsRealBaseRateNotTheAverage) {
     EXPECT_TRUE(std::isinf(fpsOf({25, 0}, {25, 1})));
 }
 
+TEST_F(DecoderCalls, RgbHasNoMatrixToKeep) {
+    const auto matrixOf = [](AVColorSpace stated) {
+        return infoAfter(
+                   [stated](AVFormatContext& format) { format.streams[0]->codecpar->color_space = stated; })
+            .colorMatrix;
+    };
+    EXPECT_EQ(matrixOf(AVCOL_SPC_RGB), video::kColorMatrixUnspecified);
+    EXPECT_EQ(matrixOf(AVCOL_SPC_BT709), 1);
+}
+
+TEST_F(DecoderCalls, FramesWithoutTimeStampsAreNotCalledUneven) {
+    libraryHooks().avcodec_receive_frame = [](AVCodecContext* context, AVFrame* frame) {
+        const int result = test::real::avcodec_receive_frame(context, frame);
+        frame->pts = AV_NOPTS_VALUE;
+        return result;
+    };
+    open("variable_rate.mp4");
+    test::scanAll(decoder_);
+    EXPECT_FALSE(decoder_.traits().variableRate);
+    libraryHooks() = {};
+    open("variable_rate.mp4");
+    test::scanAll(decoder_);
+    EXPECT_TRUE(decoder_.traits().variableRate);
+}
+
 // --- Positions
+
+TEST_F(DecoderCalls, FramesWithoutAnyDecodeTimeAreFoundByTheirOrder) {
+    libraryHooks().avcodec_receive_frame = [](AVCodecContext* context, AVFrame* frame) {
+        const int result = test::real::avcodec_receive_frame(context, frame);
+        frame->pkt_dts = AV_NOPTS_VALUE;
+        return result;
+    };
+    open("plain.mp4");
+    ASSERT_EQ(test::scanAll(decoder_), 250);
+    for (const int frame : {23, 1, 250, 22}) {
+        expectExactly(frame);
+        if (frame < 250)
+            expectNext(frame + 1);
+    }
+}
 
 TEST_F(DecoderCalls, TimeStampOfMinusOneIsATargetLikeAnyOther) {
     open("plain.mp4");
@@ -381,6 +454,28 @@ TEST_F(DecoderCalls, TheEndOfTheFileIsNoError) {
     open("two_frames.mp4");
     test::scanAll(decoder_);
     EXPECT_EQ(decoder_.readError(), "");
+    // As some versions of the library note it.
+    ASSERT_TRUE(decoder_.seek(1));
+    libraryHooks().av_read_frame = [](AVFormatContext* format, AVPacket*) {
+        format->pb->error = AVERROR_EOF;
+        return AVERROR_EOF;
+    };
+    EXPECT_FALSE(decoder_.next());
+    EXPECT_EQ(decoder_.readError(), "");
+}
+
+TEST_F(DecoderCalls, TheFirstReadErrorIsTheOneThatIsRemembered) {
+    open("plain.mp4");
+    ASSERT_EQ(test::scanAll(decoder_), 250);
+    for (const int code : {AVERROR(EIO), AVERROR(ENXIO)}) {
+        ASSERT_TRUE(decoder_.seek(20));
+        libraryHooks().av_read_frame = [code](AVFormatContext* format, AVPacket*) {
+            return format->pb->error = code;
+        };
+        EXPECT_FALSE(decoder_.next());
+        EXPECT_EQ(decoder_.readError(), "Input/output error");
+        libraryHooks() = {};
+    }
 }
 
 TEST_F(DecoderCalls, AFrameWithoutMemoryEndsTheFramesUntilASeekAndIsRemembered) {

@@ -173,7 +173,10 @@ protected:
     }
 
     void expectConstructionFails(int32_t codec, const std::string& line) {
-        const auto chosen = settings("clip.mp4", codec);
+        expectConstructionFails("clip.mp4", codec, line);
+    }
+    void expectConstructionFails(const wxString& name, int32_t codec, const std::string& line) {
+        const auto chosen = settings(name, codec);
         const test::LogCapture log;
         Encoder_ffmpeg encoder(chosen);
         EXPECT_FALSE(encoder.isOpen());
@@ -294,7 +297,112 @@ TEST_F(EncoderCalls, RefusedCodecFails) {
     expectConstructionFails(video::kCodecMpeg4, "[video encoder] Could not open video codec");
 }
 
+TEST_F(EncoderCalls, WithoutMemoryForOneOfItsObjectsConstructionFails) {
+    const std::string line = "[video encoder] Could not allocate context";
+    // Frames: one to spare, the source's, the encoder's.
+    for (const int failing : {1, 2, 3}) {
+        libraryHooks().av_frame_alloc = [failing, call = 0]() mutable {
+            return ++call == failing ? nullptr : test::real::av_frame_alloc();
+        };
+        expectConstructionFails(video::kCodecH264, line);
+    }
+    libraryHooks() = {};
+    libraryHooks().av_packet_alloc = []() -> AVPacket* { return nullptr; };
+    expectConstructionFails(video::kCodecH264, line);
+    libraryHooks() = {};
+    libraryHooks().avformat_alloc_output_context2 = [](AVFormatContext**, const AVOutputFormat*, const char*,
+                                                       const char*) { return AVERROR(ENOMEM); };
+    expectConstructionFails(video::kCodecH264, line);
+    libraryHooks() = {};
+    libraryHooks().av_buffer_pool_init = [](std::size_t, AVBufferRef * (*)(std::size_t)) -> AVBufferPool* {
+        return nullptr;
+    };
+    expectConstructionFails(video::kCodecH264, line);
+    libraryHooks() = {};
+    libraryHooks().avcodec_alloc_context3 = [](const AVCodec*) -> AVCodecContext* { return nullptr; };
+    expectConstructionFails(video::kCodecH264, "[video encoder] Could not open stream");
+}
+
+TEST_F(EncoderCalls, AFormatThatOpensItsOwnFilesIsLeftToIt) {
+    Encoder_ffmpeg encoder(settings("picture%03d.jpg", video::kCodecMpeg4));
+    ASSERT_TRUE(encoder.isOpen());
+    EXPECT_FALSE(encoder.touchedFile());
+    for (int index = 0; index < 2; ++index)
+        encoder.encode(std::make_shared<Picture>(64, 48));
+    encoder.finish();
+    EXPECT_FALSE(encoder.failed()) << encoder.failureText();
+    EXPECT_TRUE(wxFileName::Exists(dir_.file("picture002.jpg")));
+    libraryHooks().avformat_write_header = [](AVFormatContext*, AVDictionary**) { return AVERROR(EIO); };
+    expectConstructionFails("never%03d.jpg", video::kCodecMpeg4, "[video encoder] Could not write header");
+}
+
 // --- Encoding
+
+TEST_F(EncoderCalls, APacketThatCannotBeFetchedIsTold) {
+    const auto chosen = settings("clip.mp4", video::kCodecMpeg4);
+    Encoder_ffmpeg encoder(chosen);
+    libraryHooks().avcodec_receive_packet = [call = 0](AVCodecContext* context, AVPacket* packet) mutable {
+        return ++call == 3 ? AVERROR(ENOMEM) : test::real::avcodec_receive_packet(context, packet);
+    };
+    const test::LogCapture log;
+    for (int index = 0; index < 5; ++index)
+        encoder.encode(std::make_shared<Picture>(64, 48));
+    encoder.finish();
+    EXPECT_EQ(encoder.failureText(), "Cannot allocate memory");
+    EXPECT_FALSE(encoder.fileFailed());
+    EXPECT_EQ(log.lines(), Lines{"[video encoder] Cannot allocate memory"});
+}
+
+TEST_F(EncoderCalls, APacketWithAnotherTimeThanItsFramesKeepsItsOwnDuration) {
+    const auto chosen = settings("clip.mp4", video::kCodecMpeg4);
+    Encoder_ffmpeg encoder(chosen);
+    libraryHooks().avcodec_receive_packet = [](AVCodecContext* context, AVPacket* packet) {
+        const int result = test::real::avcodec_receive_packet(context, packet);
+        if (result >= 0) {
+            packet->pts += 1000;
+            packet->dts += 1000;
+            packet->duration = 1;
+        }
+        return result;
+    };
+    for (int index = 0; index < 5; ++index)
+        encoder.encode(std::make_shared<Picture>(64, 48));
+    encoder.finish();
+    EXPECT_FALSE(encoder.failed());
+    const auto packets = test::probe(chosen.path).packets;
+    ASSERT_EQ(packets.size(), 5u);
+    for (const auto& packet : packets)
+        EXPECT_EQ(packet.duration, 1);
+}
+
+TEST_F(EncoderCalls, AnEncoderThatCannotBeEndedIsTold) {
+    Encoder_ffmpeg encoder(settings("clip.mp4", video::kCodecMpeg4));
+    libraryHooks().avcodec_send_frame = [](AVCodecContext* context, const AVFrame* frame) {
+        return frame ? test::real::avcodec_send_frame(context, frame) : AVERROR(ENOMEM);
+    };
+    encoder.encode(std::make_shared<Picture>(64, 48));
+    EXPECT_FALSE(encoder.failed());
+    encoder.finish();
+    EXPECT_EQ(encoder.failureText(), "Cannot allocate memory");
+}
+
+TEST_F(EncoderCalls, TheFileIsToBlameOnlyForTheFirstFailure) {
+    for (const bool encoderFailsFirst : {false, true}) {
+        Encoder_ffmpeg encoder(settings("clip.mp4", video::kCodecMpeg4));
+        libraryHooks().avcodec_send_frame = [encoderFailsFirst](AVCodecContext* context, const AVFrame* frame) {
+            return frame && encoderFailsFirst ? AVERROR(ENOMEM) : test::real::avcodec_send_frame(context, frame);
+        };
+        libraryHooks().av_write_trailer = [](AVFormatContext* context) {
+            test::real::av_write_trailer(context);
+            return AVERROR(ENOSPC);
+        };
+        encoder.encode(std::make_shared<Picture>(64, 48));
+        encoder.finish();
+        EXPECT_EQ(encoder.failureText(),
+                  encoderFailsFirst ? "Cannot allocate memory" : "No space left on device");
+        EXPECT_EQ(encoder.fileFailed(), !encoderFailsFirst);
+    }
+}
 
 TEST_F(EncoderCalls, AFrameThatCannotBeSentCountsAllTheSame) {
     auto chosen = settings("clip.mp4", video::kCodecMpeg4);

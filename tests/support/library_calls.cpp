@@ -52,6 +52,14 @@ WRAP(int, avformat_write_header, (AVFormatContext * format, AVDictionary** optio
 WRAP(int, av_read_frame, (AVFormatContext * format, AVPacket* packet), (format, packet))
 WRAP(int, av_seek_frame, (AVFormatContext * format, int stream, int64_t timestamp, int flags),
      (format, stream, timestamp, flags))
+WRAP(AVCodecContext*, avcodec_alloc_context3, (const AVCodec* codec), (codec))
+WRAP(int, avcodec_receive_packet, (AVCodecContext * context, AVPacket* packet), (context, packet))
+WRAP(AVFormatContext*, avformat_alloc_context, (void), ())
+WRAP(int, avformat_alloc_output_context2, (AVFormatContext * *context, const AVOutputFormat* format, const char* name, const char* file), (context, format, name, file))
+WRAP(AVBufferPool*, av_buffer_pool_init, (std::size_t size, AVBufferRef* (*allocate)(std::size_t size)), (size, allocate))
+WRAP(AVFrame*, av_frame_alloc, (void), ())
+WRAP(AVPacket*, av_packet_alloc, (void), ())
+WRAP(int, av_write_trailer, (AVFormatContext * context), (context))
 WRAP(void, sws_freeContext, (SwsContext * scaler), (scaler))
 WRAP(SwsContext*, sws_getContext,
      (int srcW, int srcH, AVPixelFormat srcFormat, int dstW, int dstH, AVPixelFormat dstFormat, int flags,
@@ -87,6 +95,14 @@ decltype(&::avformat_find_stream_info) const avformat_find_stream_info = __real_
 decltype(&::avformat_write_header) const avformat_write_header = __real_avformat_write_header;
 decltype(&::av_read_frame) const av_read_frame = __real_av_read_frame;
 decltype(&::av_seek_frame) const av_seek_frame = __real_av_seek_frame;
+decltype(&::avcodec_alloc_context3) const avcodec_alloc_context3 = __real_avcodec_alloc_context3;
+decltype(&::avcodec_receive_packet) const avcodec_receive_packet = __real_avcodec_receive_packet;
+decltype(&::avformat_alloc_context) const avformat_alloc_context = __real_avformat_alloc_context;
+decltype(&::avformat_alloc_output_context2) const avformat_alloc_output_context2 = __real_avformat_alloc_output_context2;
+decltype(&::av_buffer_pool_init) const av_buffer_pool_init = __real_av_buffer_pool_init;
+decltype(&::av_frame_alloc) const av_frame_alloc = __real_av_frame_alloc;
+decltype(&::av_packet_alloc) const av_packet_alloc = __real_av_packet_alloc;
+decltype(&::av_write_trailer) const av_write_trailer = __real_av_write_trailer;
 decltype(&::sws_freeContext) const sws_freeContext = __real_sws_freeContext;
 decltype(&::sws_getContext) const sws_getContext = __real_sws_getContext;
 decltype(&::sws_scale) const sws_scale = __real_sws_scale;

@@ -6,6 +6,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/buffer.h>
 #include <libavutil/log.h>
 #include <libswscale/swscale.h>
 }
@@ -29,6 +30,14 @@ struct LibraryHooks {
     std::function<int(AVFormatContext*, AVDictionary**)> avformat_write_header;
     std::function<decltype(::av_read_frame)> av_read_frame;
     std::function<decltype(::av_seek_frame)> av_seek_frame;
+    std::function<decltype(::avcodec_alloc_context3)> avcodec_alloc_context3;
+    std::function<decltype(::avcodec_receive_packet)> avcodec_receive_packet;
+    std::function<decltype(::avformat_alloc_context)> avformat_alloc_context;
+    std::function<decltype(::avformat_alloc_output_context2)> avformat_alloc_output_context2;
+    std::function<decltype(::av_buffer_pool_init)> av_buffer_pool_init;
+    std::function<decltype(::av_frame_alloc)> av_frame_alloc;
+    std::function<decltype(::av_packet_alloc)> av_packet_alloc;
+    std::function<decltype(::av_write_trailer)> av_write_trailer;
     std::function<decltype(::sws_freeContext)> sws_freeContext;
     std::function<decltype(::sws_getContext)> sws_getContext;
     std::function<decltype(::sws_scale)> sws_scale;
@@ -58,6 +67,14 @@ extern decltype(&::avformat_find_stream_info) const avformat_find_stream_info;
 extern decltype(&::avformat_write_header) const avformat_write_header;
 extern decltype(&::av_read_frame) const av_read_frame;
 extern decltype(&::av_seek_frame) const av_seek_frame;
+extern decltype(&::avcodec_alloc_context3) const avcodec_alloc_context3;
+extern decltype(&::avcodec_receive_packet) const avcodec_receive_packet;
+extern decltype(&::avformat_alloc_context) const avformat_alloc_context;
+extern decltype(&::avformat_alloc_output_context2) const avformat_alloc_output_context2;
+extern decltype(&::av_buffer_pool_init) const av_buffer_pool_init;
+extern decltype(&::av_frame_alloc) const av_frame_alloc;
+extern decltype(&::av_packet_alloc) const av_packet_alloc;
+extern decltype(&::av_write_trailer) const av_write_trailer;
 extern decltype(&::sws_freeContext) const sws_freeContext;
 extern decltype(&::sws_getContext) const sws_getContext;
 extern decltype(&::sws_scale) const sws_scale;
