@@ -88,7 +88,8 @@ private:
     wxMenu* buildAiMenu();
     wxMenu* buildHelpMenu();
     void bindCommands();
-    /// Checks the items of what is in force; a stored number without an item checks none.
+    /// Checks the items of what is in force. For a stored number without an item the first of the group stays
+    /// checked: the library never leaves a group without one.
     void checkSettings();
     /// Of the Tools menu the items too: a disabled menu's accelerators work on.
     void enableEditing(bool enabled);
