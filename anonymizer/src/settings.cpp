@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <limits>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <wx/arrstr.h>
@@ -26,6 +28,8 @@
 namespace settings {
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr const char* kCompany = "Harmo Labs";
 
 /// Where the data folder belongs, whether or not it exists.
@@ -34,7 +38,11 @@ wxString folderPath() {
 }
 
 bool createFolder(const wxString& folder) {
-    return wxFileName::DirExists(folder) || wxFileName::Mkdir(folder, 0777, wxPATH_MKDIR_FULL);
+    // Another start may create the folder, or one above it, at the same moment. To the library's own function
+    // that is a failure; it is asked last, for its log line.
+    std::error_code failed;
+    fs::create_directories(fs::u8path(platform::fileName(folder)), failed);
+    return !failed || wxFileName::Mkdir(folder, 0777, wxPATH_MKDIR_FULL);
 }
 
 bool isSafeName(const wxString& name) {
@@ -54,7 +62,9 @@ bool isSafeLine(wxString line) {
         return false;
     if (line.empty() || line[0] == '#' || line[0] == ';')
         return true;
-    if (std::any_of(line.begin(), line.end(), [](const wxUniChar& character) { return character < 32; }))
+    // A tab is a blank to the library, and kept.
+    if (std::any_of(line.begin(), line.end(),
+                    [](const wxUniChar& character) { return character < 32 && character != '\t'; }))
         return false;
     if (line[0] == '[')
         return line.Last() == ']' && isSafeName(line.Mid(1, line.length() - 2));
@@ -229,6 +239,7 @@ void change(Edit edit) {
 } // namespace
 
 wxString userConfigFolder() {
+    // Settings belong into the user's configuration folder; the library's own choice is the home folder.
     static const bool layoutChosen = [] {
         wxStandardPaths::Get().SetFileLayout(wxStandardPaths::FileLayout_XDG);
         return true;

@@ -77,10 +77,35 @@ TEST_F(Settings, DataFolderIsCreatedWithEveryPermissionTheUserGrants) {
     EXPECT_EQ(fs::status(root_.path() / "Tarvex Shroud").permissions(), fs::perms::all);
 }
 
+TEST_F(Settings, DataFolderIsThereForEveryStartOfManyAtOnce) {
+    const test::LogCapture log;
+    constexpr size_t kStarts = 8;
+    for (int round = 0; round < 100; ++round) {
+        const std::string config = root_.file(std::to_string(round) + "/a/b/c/d");
+        const test::Environment fresh("XDG_CONFIG_HOME", config);
+        std::vector<wxString> folders(kStarts);
+        std::atomic<size_t> ready{0};
+        std::vector<std::thread> starts;
+        for (wxString& folder : folders)
+            starts.emplace_back([&ready, &folder] {
+                ++ready;
+                while (ready < kStarts)
+                    std::this_thread::yield();
+                folder = settings::dataFolder();
+            });
+        for (std::thread& start : starts)
+            start.join();
+        for (const wxString& folder : folders)
+            ASSERT_EQ(folder.utf8_string(), config + "/Tarvex Shroud");
+    }
+    EXPECT_TRUE(log.lines().empty());
+}
+
 TEST_F(Settings, DataFolderIsEmptyWhenItCannotBeCreatedButTheConfigPathIsNot) {
     const test::LogCapture log;
     root_.write("Tarvex Shroud", "a file in the way");
     EXPECT_EQ(settings::dataFolder(), "");
+    EXPECT_EQ(log.lines(wxLOG_Error).size(), 1u) << "the library tells why";
     EXPECT_EQ(settings::configPath().utf8_string(), iniPath());
     settings::writeInt("preblursec", 3);
     settings::writeFirstRunDefaults();
@@ -257,6 +282,21 @@ TEST_F(Settings, DamagedLinesDoNotHideTheOthers) {
     EXPECT_EQ(settings::readInt("lang"), 58);
     EXPECT_TRUE(settings::readBool("userlang"));
     EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(Settings, TabsAreBlanksAndKept) {
+    const std::string lines = "preblursec =\t5\n\tlang\t=\t58\t\n# a\tnote\nname=a\tb\n";
+    for (const std::string damaged : {"", "=\n"}) {
+        writeIni(damaged + lines);
+        EXPECT_EQ(settings::readInt("preblursec"), 5);
+        EXPECT_EQ(settings::readInt("lang"), 58);
+        settings::writeBool("gpu", true);
+        EXPECT_EQ(ini(), lines + "gpu=1\n");
+        EXPECT_EQ(settings::readInt("preblursec"), 5);
+        settings::writeInt("preblursec", 3);
+        EXPECT_EQ(settings::readInt("preblursec"), 3);
+        EXPECT_EQ(settings::readInt("lang"), 58);
+    }
 }
 
 TEST_F(Settings, AGroupThatBeginsTwiceIsReadAsOne) {
