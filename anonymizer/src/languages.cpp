@@ -52,8 +52,9 @@ std::string contentOf(const wxString& path) {
     return content;
 }
 
-wxLayoutDirection directionOf(const wxLanguageInfo* language) {
-    return language ? language->LayoutDirection : wxLayout_Default;
+/// Without its catalog the texts are English.
+wxLayoutDirection directionOfTexts(bool hasCatalog, const wxLanguageInfo* language) {
+    return hasCatalog && language ? language->LayoutDirection : wxLayout_LeftToRight;
 }
 
 /// Keeps the program's own catalogs from the library when they are damaged; its texts are English then.
@@ -103,8 +104,8 @@ void initTranslations(const wxString& folder) {
     const wxArrayString available = translations->GetAvailableTranslations("main");
     const wxString best = codeOf(translations->GetBestTranslation("main", wxLANGUAGE_ENGLISH_US));
     if (available.Index(best) != wxNOT_FOUND) {
-        translations->AddCatalog("main", wxLANGUAGE_ENGLISH_US);
-        direction = directionOf(wxLocale::FindLanguageInfo(best));
+        const bool added = translations->AddCatalog("main", wxLANGUAGE_ENGLISH_US);
+        direction = directionOfTexts(added, wxLocale::FindLanguageInfo(best));
         return;
     }
     locale.reset();
@@ -146,9 +147,9 @@ void applyLanguage(const Entry& entry) {
     replaceLocale(current);
     wxLocale::AddCatalogLookupPathPrefix(appresources::languagesFolder());
     locale->AddCatalog("wxstd");
-    locale->AddCatalog("main");
+    const bool added = locale->AddCatalog("main");
     const wxLogNull quiet;
-    direction = directionOf(wxLocale::GetLanguageInfo(current));
+    direction = directionOfTexts(added, wxLocale::GetLanguageInfo(current));
 }
 
 void applyStoredChoice() {

@@ -106,6 +106,29 @@ TEST_F(Translations, TheDirectionIsThatOfTheTexts) {
     EXPECT_EQ(languages::layoutDirection(), wxLayout_LeftToRight) << "Persian has no texts, English is read";
 }
 
+TEST_F(Translations, WithADamagedCatalogTheDirectionIsThatOfEnglish) {
+    const test::LogCapture log;
+    for (const std::string code : {"ar", "he"}) {
+        makeCatalog(code, "tools from the right");
+        startIn(code);
+        EXPECT_EQ(languages::layoutDirection(), wxLayout_RightToLeft);
+        write(code + "/main.mo", test::messageCatalog({{"&Tools", "tools from the right"}}).substr(0, 50));
+        startIn(code);
+        EXPECT_EQ(tools(), "&Tools");
+        EXPECT_EQ(languages::layoutDirection(), wxLayout_LeftToRight) << code;
+    }
+}
+
+TEST_F(Translations, AChosenLanguageHasItsDirectionOnlyWithItsCatalog) {
+    // The catalogs of this build lie above the tests.
+    languages::applyLanguage({"", wxLANGUAGE_HEBREW});
+    EXPECT_EQ(languages::layoutDirection(), wxLayout_RightToLeft);
+    languages::applyLanguage({"", wxLANGUAGE_FARSI});
+    EXPECT_EQ(tools(), "&Tools");
+    EXPECT_EQ(languages::layoutDirection(), wxLayout_LeftToRight);
+    languages::applyLanguage({"", wxLANGUAGE_DEFAULT});
+}
+
 TEST_F(Translations, ADoubleAmpersandOfALabelIsSingleInTheHint) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     // The table of hints is built once in a process.
