@@ -135,7 +135,7 @@ void delOldLogFiles(const wxString& folder, const wxString& current) {
         std::error_code failed;
         if (fs::remove(file.path, failed))
             wxLogMessage("Deleted old log file: %s", textFrom(file.path));
-        else
+        else if (failed) // another start may have removed it
             wxLogError("Failed to remove log file: %s", textFrom(file.path));
     }
 }

@@ -3,9 +3,11 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -45,6 +47,26 @@ protected:
 
     test::TempFolder folder_;
     test::LogCapture log_;
+};
+
+/// Calls it for every line that is logged while it lives, and hands the line on.
+class AtEveryLine : public wxLog {
+public:
+    explicit AtEveryLine(std::function<void()> call)
+        : call_(std::move(call)), next_(wxLog::SetActiveTarget(this)) {}
+    ~AtEveryLine() override { wxLog::SetActiveTarget(next_); }
+    AtEveryLine(const AtEveryLine&) = delete;
+    AtEveryLine& operator=(const AtEveryLine&) = delete;
+
+protected:
+    void DoLogRecord(wxLogLevel level, const wxString& text, const wxLogRecordInfo& info) override {
+        call_();
+        next_->LogRecord(level, text, info);
+    }
+
+private:
+    std::function<void()> call_;
+    wxLog* next_;
 };
 
 void fail() {
@@ -136,6 +158,17 @@ TEST_F(LogPruning, AFileThatCannotBeRemovedIsToldAndDoesNotStopTheOthers) {
               (std::vector<std::string>{"Failed to remove log file: " + folder_.file(name(0)),
                                         "Failed to remove log file: " + folder_.file(name(1))}));
     EXPECT_EQ(countLogs(), 12);
+}
+
+TEST_F(LogPruning, AFileThatAnotherStartHasJustRemovedIsNoFailure) {
+    makeLogs(13);
+    {
+        const AtEveryLine otherStart([this] { fs::remove(folder_.path() / name(1)); });
+        delOldLogFiles(folder(), {});
+    }
+    EXPECT_EQ(log_.lines(), (std::vector<std::string>{"Deleted old log file: " + folder_.file(name(0)),
+                                                      "Deleted old log file: " + folder_.file(name(2))}));
+    EXPECT_EQ(countLogs(), 10);
 }
 
 TEST_F(LogPruning, FilesThatCanBeRemovedGoAfterOneThatCannot) {
