@@ -114,6 +114,7 @@ int Anonymizer::FilterEvent(wxEvent& event) {
         return Event_Skip;
     }
     switches::blurDivisor.exchange(std::clamp(divisor, switches::kMinBlurDivisor, switches::kMaxBlurDivisor));
+    // The picture shows cells of the new size at once, not only when something else paints it again.
     if (frame_)
         frame_->refreshPicture();
     return Event_Skip;
