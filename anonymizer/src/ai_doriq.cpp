@@ -5,6 +5,7 @@
 #include <cmath>
 #include <exception>
 #include <optional>
+#include <string>
 
 #include <wx/arrstr.h>
 #include <wx/dir.h>
@@ -23,24 +24,21 @@ namespace {
 
 constexpr doriq::DetectParams kDetectParams = {0.1f, 1, 0.3f};
 
-/// Stays loaded until the process is gone: a pass may still run while static objects are destroyed.
-struct ResidentLibrary : wxDynamicLibrary {
-    ~ResidentLibrary() { Detach(); }
-};
+// The references are to objects that are never destroyed: a pass may still run while static objects are.
 
-// Written by `init`, constant afterwards.
-ResidentLibrary detectorLibrary;
+// Written by `init`, constant afterwards. The library stays loaded until the process is gone.
+wxDynamicLibrary& detectorLibrary = *new wxDynamicLibrary;
 doriq::BuildObjectDetector buildDetector = nullptr;
 doriq::DestroyObjectDetector destroyDetector = nullptr;
 /// Where the library and the model lie.
-wxString aiFolder;
+wxString& aiFolder = *new wxString;
 
 // Used by the thread of the running pass.
 doriq::ObjectDetector* detector = nullptr;
-wxArrayString classNames;
+wxArrayString& classNames = *new wxArrayString;
 std::array<doriq::DetectionRecord, doriq::kMaxDetections> detections;
 /// Complaints about the library already made during this pass.
-std::vector<wxString> madeComplaints;
+std::vector<wxString>& madeComplaints = *new std::vector<wxString>;
 int64_t failedFrameCount = 0;
 
 void complainOnce(const wxString& text) {

@@ -69,6 +69,7 @@ void AiWorker::setReport(std::shared_ptr<AiReport> report) {
 }
 
 wxThread::ExitCode AiWorker::Entry() {
+    workerend::atWork();
     std::atomic<bool> interrupt{false};
     std::shared_ptr<Decoder_ffmpeg> decoder;
     bool opened = false;

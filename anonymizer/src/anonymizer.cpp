@@ -1,8 +1,8 @@
 #include "anonymizer.h"
 
-#include <chrono>
-
 #include <algorithm>
+#include <chrono>
+#include <cstdlib>
 #include <exception>
 
 #include <wx/cmdline.h>
@@ -91,7 +91,9 @@ void Anonymizer::stopBySignal(int signal) {
 
 int Anonymizer::OnRun() {
     const int exitCode = wxApp::OnRun();
-    workerend::wait(kWorkersEnd);
+    // A window that had to close leaves a detection at work, which uses what the libraries would clean up now.
+    if (!workerend::wait(kWorkersEnd))
+        std::_Exit(exitCode);
     return exitCode;
 }
 

@@ -12,7 +12,8 @@ public:
 
     /// Always true: whatever is missing, the window opens.
     bool OnInit() override;
-    /// The event loop; then waits for the last steps of workers that have done their part.
+    /// The event loop; then waits for the last steps of workers that have done their part. Does not return
+    /// when one is still at work: the process ends.
     int OnRun() override;
 
     /// Windows are read the way their texts are, whatever the system's language.

@@ -9,7 +9,8 @@ namespace {
 
 using Entries = std::vector<BlurEntry>;
 
-const Entries kNoEntries;
+/// Never destroyed, like the store.
+const Entries& kNoEntries = *new Entries;
 constexpr BlurEntry kNoEntry{};
 
 /// A whole number that `value` truncates to; the nearest one that 32 bits hold when it is out of range.
@@ -36,7 +37,8 @@ void growSpan(int64_t id, int64_t frame) {
 } // namespace
 
 BlurStore& store() {
-    static BlurStore instance;
+    // Never destroyed: a detection or an export may be later than the program's static objects.
+    static BlurStore& instance = *new BlurStore;
     return instance;
 }
 

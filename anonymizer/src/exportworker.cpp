@@ -62,6 +62,7 @@ void ExportWorker::setDone(ExportDone done) {
 }
 
 wxThread::ExitCode ExportWorker::Entry() {
+    workerend::atWork();
     try {
         outcome_ = exportVideo();
     } catch (const std::bad_alloc&) {

@@ -11,7 +11,8 @@ namespace {
 struct Threads {
     std::mutex mutex;
     std::condition_variable changed;
-    /// Guarded by the mutex.
+    // Guarded by the mutex.
+    int working = 0;
     int ending = 0;
 };
 
@@ -21,32 +22,50 @@ Threads& threads() {
     return instance;
 }
 
-/// Lives until its thread has unwound its stack.
-struct Ending {
-    Ending() {
+/// A thread as it is counted, until it has unwound its stack.
+class Counted {
+public:
+    Counted() = default;
+    ~Counted() { countAs(nullptr); }
+    Counted(const Counted&) = delete;
+    Counted& operator=(const Counted&) = delete;
+
+    void countAs(int Threads::*state) {
         const std::lock_guard<std::mutex> lock(threads().mutex);
-        ++threads().ending;
-    }
-    ~Ending() {
-        const std::lock_guard<std::mutex> lock(threads().mutex);
-        --threads().ending;
+        if (state_)
+            --(threads().*state_);
+        state_ = state;
+        if (state_)
+            ++(threads().*state_);
         threads().changed.notify_all();
     }
+
+private:
+    /// Null when not counted.
+    int Threads::*state_ = nullptr;
 };
+
+thread_local Counted thisThread;
 
 } // namespace
 
-void begin() {
-    static thread_local const Ending ending;
-    (void)ending;
+void atWork() {
+    thisThread.countAs(&Threads::working);
 }
 
-void wait(std::chrono::milliseconds limit) {
+void begin() {
+    thisThread.countAs(&Threads::ending);
+}
+
+bool wait(std::chrono::milliseconds limit) {
+    bool isAnyLeft = false;
     {
         std::unique_lock<std::mutex> lock(threads().mutex);
-        threads().changed.wait_for(lock, limit, [] { return threads().ending == 0; });
+        isAnyLeft = !threads().changed.wait_for(lock, limit, [] { return threads().ending == 0; }) ||
+                    threads().working > 0;
     }
     wxLog::FlushActive();
+    return !isAnyLeft;
 }
 
 } // namespace workerend

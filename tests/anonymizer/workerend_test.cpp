@@ -34,11 +34,37 @@ private:
 } // namespace
 
 TEST(WorkerEnd, AWorkerStillAtWorkIsNotWaitedFor) {
+    std::promise<void> started;
     std::promise<void> stop;
-    std::thread worker([stopped = stop.get_future()] { test::waitFor(stopped); });
+    std::thread worker([&started, stopped = stop.get_future()] {
+        workerend::atWork();
+        started.set_value();
+        test::waitFor(stopped);
+        workerend::begin();
+    });
+    test::waitFor(started.get_future());
     // One that has not come to its end holds up nobody; the test would hang here.
-    workerend::wait(std::chrono::hours(24));
+    EXPECT_FALSE(workerend::wait(std::chrono::hours(24)));
     stop.set_value();
+    worker.join();
+    EXPECT_TRUE(workerend::wait(std::chrono::hours(24)));
+}
+
+TEST(WorkerEnd, AWorkerAtItsLastStepsIsWaitedForUntilTheLimit) {
+    std::promise<void> begun;
+    std::promise<void> stop;
+    std::thread worker([&begun, stopped = stop.get_future()] {
+        workerend::begin();
+        begun.set_value();
+        test::waitFor(stopped);
+    });
+    test::waitFor(begun.get_future());
+    constexpr std::chrono::milliseconds limit(50);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(workerend::wait(limit));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, limit);
+    stop.set_value();
+    EXPECT_TRUE(workerend::wait(test::kPatience));
     worker.join();
 }
 

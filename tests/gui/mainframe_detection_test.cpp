@@ -1,13 +1,17 @@
 #include "mainframe_fixture.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <mutex>
 
 #include <gmock/gmock.h>
+#include <wx/app.h>
 #include <wx/weakref.h>
 
 #include "ai_doriq.h"
+#include "anonymizer.h"
 #include "commands.h"
 #include "filedroptarget.h"
 #include "support/ai_folder.h"
@@ -200,6 +204,25 @@ TEST_F(MainFrameDetection, AWindowThatHasToCloseLeavesThePassUnharmed) {
     goOn();
     ASSERT_TRUE(test::runUntil([this] { return ai_.fakeCalls().back() == "destroy"; }));
     const std::lock_guard<std::mutex> lock(blurtrack::store().mutex);
+}
+
+TEST_F(MainFrameDetection, AWindowThatHasToCloseEndsTheProgramInGoodOrderBeforeThePass) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            openWith("wait\n");
+            startDetection();
+            waitForTheFirstFrame();
+            // Nothing of this process is cleaned up.
+            std::filesystem::remove_all(std::filesystem::u8path(ai_.configDir()).parent_path());
+            std::filesystem::remove_all(folder_.path());
+            wxTheApp->SetExitOnFrameDelete(true);
+            frame_->CallAfter([this] { frame_->Close(true); });
+            static_cast<Anonymizer*>(wxTheApp)->Anonymizer::OnRun();
+            std::fprintf(stderr, "the libraries clean up under the pass");
+            std::_Exit(1);
+        },
+        testing::ExitedWithCode(0), testing::Not(testing::HasSubstr("clean up")));
 }
 
 TEST_F(MainFrameDetection, APassThatCannotBeStartedIsAnErrorAndGivesTheWindowBack) {
