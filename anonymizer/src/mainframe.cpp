@@ -92,7 +92,9 @@ void MainFrame::buildContents() {
 }
 
 void MainFrame::onClose(wxCloseEvent& event) {
-    // The worker's thread would be cut off with the program and leave a file without its index.
+    // The window manager's button works behind the worker's dialog too, and would cut the worker off with the
+    // program: an export would leave a file without its index, and what a detection has found would be gone.
+    // A close that can't be refused stops an export in good order; a detection leaves no file behind.
     if (worker_ != Worker::None && event.CanVeto())
         event.Veto();
     else

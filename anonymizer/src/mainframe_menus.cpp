@@ -137,6 +137,7 @@ void MainFrame::bindCommands() {
     Bind(
         wxEVT_MENU,
         [this](wxCommandEvent&) {
+            // As for the window manager's button.
             if (worker_ == Worker::None)
                 leave();
         },
