@@ -110,6 +110,8 @@ wxString firstFile(const wxDir& folder, const wxString& suffix) {
 }
 
 void readClassNames(const wxString& path) {
+    // A detection's class counts from the first line of this model's file: the names of the pass before would
+    // come first.
     classNames.clear();
     wxTextFile file(path);
     // Gone or locked since it was found; told as a model that names nobody.
@@ -190,11 +192,17 @@ void init() {
         return;
     }
     platform::setLibrarySearchFolder(aiFolder);
-    for (const wxString& path : found)
+    wxArrayString reasons;
+    for (const wxString& path : found) {
+        // Not an error yet: a library for another system may lie beside the right one.
         if (detectorLibrary.Load(path, wxDL_NOW | wxDL_VERBATIM | wxDL_QUIET))
             break;
+        reasons.Add(wxFileName(path).GetFullName() + ": " + platform::libraryLoadError());
+    }
     if (!detectorLibrary.IsLoaded()) {
         wxLogMessage("[AI] Error while loading Doriq.dll");
+        for (const wxString& reason : reasons)
+            wxLogMessage("[AI] %s", reason);
         return;
     }
     wxLogMessage("[AI] Loaded Doriq.dll");
@@ -257,10 +265,10 @@ void buildDetectors(bool gpu) {
     if (!knowsPersonOrFace())
         complainOnce("The model's class names hold neither person nor face: " + names);
 
-    const wxString cfgPath = modelFolder + wxFILE_SEP_PATH + cfg;
-    const wxString weightsPath = modelFolder + wxFILE_SEP_PATH + weights;
+    const std::string cfgPath = platform::fileName(modelFolder + wxFILE_SEP_PATH + cfg);
+    const std::string weightsPath = platform::fileName(modelFolder + wxFILE_SEP_PATH + weights);
     shielded("build a detector",
-             [&] { detector = buildDetector(cfgPath.utf8_str(), weightsPath.utf8_str(), gpu); });
+             [&] { detector = buildDetector(cfgPath.c_str(), weightsPath.c_str(), gpu); });
     if (detector)
         wxLogMessage("[AI] Object detector ready");
     else

@@ -71,8 +71,9 @@ protected:
     ~ObjectDetector() = default;
 };
 
-/// `Doriq_buildObjectDetector`: reads a model. Paths are zero-terminated UTF-8, valid during the call. `gpu`
-/// asks for the graphics processor where the library can use one. Null when the model is unusable.
+/// `Doriq_buildObjectDetector`: reads a model. Paths are zero-terminated UTF-8, where names of files are any
+/// bytes those bytes, and valid during the call. `gpu` asks for the graphics processor where the library can
+/// use one. Null when the model is unusable.
 using BuildObjectDetector = ObjectDetector* (*)(const char* cfgPath, const char* weightsPath, bool gpu);
 
 /// `Doriq_destroyObjectDetector`: frees what the build function of the same library returned, once.

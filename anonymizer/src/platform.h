@@ -57,8 +57,9 @@ private:
 /// OpenGL needs, and `setTextEncoding`.
 void prepareProcess();
 
-/// Text of the process is UTF-8 whatever the user's locale, and numbers have a decimal point. To be called
-/// again after every change of the locale.
+/// Text of the process is UTF-8 whatever the user's locale, and numbers have a decimal point. To the GUI
+/// library's functions names of files are what they are to `fileName`. To be called again after every change
+/// of the locale and once the window system has started.
 void setTextEncoding();
 
 /// Upper case of one character by Unicode's rules, whatever the locale.
@@ -67,6 +68,10 @@ char32_t toUpper(char32_t character);
 /// Makes `folder` the place where the libraries that a loaded library needs are looked for, where the system
 /// has such a setting (Windows); nothing elsewhere.
 void setLibrarySearchFolder(const wxString& folder);
+
+/// Why the library that this thread tried to load last could not be loaded, in the system's words. Empty when
+/// that is not known; may be asked once.
+wxString libraryLoadError();
 
 /// The program's arguments without its name. One that is not valid UTF-8 becomes an empty text.
 std::vector<wxString> commandLineArguments(int argc, char** argv);

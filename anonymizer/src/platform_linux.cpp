@@ -150,6 +150,10 @@ void prepareProcess() {
 void setTextEncoding() {
     std::setlocale(LC_CTYPE, "C.UTF-8");
     std::setlocale(LC_NUMERIC, "C");
+    // The library would lose names that are no UTF-8, or take them for another encoding. Never destroyed, since
+    // threads may be later than static objects.
+    static wxMBConv& names = *new wxMBConvUTF8(fileNameEncoding());
+    wxConvFileName = &names;
 }
 
 char32_t toUpper(char32_t character) {
@@ -158,6 +162,12 @@ char32_t toUpper(char32_t character) {
 }
 
 void setLibrarySearchFolder(const wxString&) {}
+
+wxString libraryLoadError() {
+    // It names files, so it may be any bytes.
+    const char* const error = dlerror();
+    return error ? fileNameText(error) : wxString();
+}
 
 std::vector<wxString> commandLineArguments(int argc, char** argv) {
     std::vector<wxString> arguments;

@@ -13,6 +13,8 @@
 
 #include <shellapi.h>
 
+#include <wx/log.h>
+
 namespace platform {
 namespace {
 
@@ -158,6 +160,10 @@ char32_t toUpper(char32_t character) {
 
 void setLibrarySearchFolder(const wxString& folder) {
     SetDllDirectoryW(folder.wc_str());
+}
+
+wxString libraryLoadError() {
+    return wxSysErrorMsgStr();
 }
 
 std::vector<wxString> commandLineArguments(int, char**) {

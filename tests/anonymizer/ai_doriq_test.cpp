@@ -2,7 +2,6 @@
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,6 +15,7 @@ using test::LogCapture;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::MatchesRegex;
 using testing::SizeIs;
 
 namespace {
@@ -38,6 +38,14 @@ protected:
         ai::buildDetectors(false);
         const pxl::Image image(width, height);
         return ai::detectFrame(image);
+    }
+
+    /// Not only to the user who made it.
+    void openToEverybody() const {
+        std::filesystem::permissions(std::filesystem::path(folder.configDir()).parent_path(),
+                                     std::filesystem::perms::others_read |
+                                         std::filesystem::perms::others_exec,
+                                     std::filesystem::perm_options::add);
     }
 
     AiFolder folder;
@@ -140,11 +148,16 @@ TEST_F(AiDoriq, LoadingLogsEachStep) {
     EXPECT_THAT(log.lines(), SizeIs(3));
 }
 
-TEST_F(AiDoriq, AFileThatIsNoLibraryGivesOneQuietLine) {
+TEST_F(AiDoriq, FilesThatAreNoLibrariesAreToldOnceEachWithTheReason) {
     test::writeFile(folder.path() + "/Doriq.so", "this is no library");
+    test::writeFile(folder.path() + "/Doriq.dll", "MZ");
     ai::init();
     EXPECT_FALSE(ai::available());
-    EXPECT_THAT(log.lines(), ElementsAre("[AI] Error while loading Doriq.dll"));
+    EXPECT_THAT(log.lines(wxLOG_Message),
+                ElementsAre("[AI] Error while loading Doriq.dll",
+                            MatchesRegex(".AI. Doriq.dll: .*/Doriq.dll: .*too short"),
+                            MatchesRegex(".AI. Doriq.so: .*/Doriq.so: .*too short")));
+    EXPECT_THAT(log.lines(), SizeIs(3)) << "no error line, which would be a box without a log file";
 }
 
 TEST_F(AiDoriq, ALibraryForAnotherSystemDoesNotHideTheRightOne) {
@@ -152,7 +165,7 @@ TEST_F(AiDoriq, ALibraryForAnotherSystemDoesNotHideTheRightOne) {
     folder.installLibrary("fake_doriq", "Doriq.so");
     ai::init();
     EXPECT_TRUE(ai::available());
-    EXPECT_THAT(log.lines(), testing::Contains("[AI] Loaded Doriq.dll"));
+    EXPECT_EQ(log.lines().front(), "[AI] Loaded Doriq.dll");
 }
 
 TEST_F(AiDoriq, AMissingBuilderIsLoggedAndTheDestroyerStillLookedFor) {
@@ -209,6 +222,29 @@ TEST_F(AiDoriq, EachMissingModelFileIsLogged) {
         EXPECT_THAT(ai::detectFrame(pxl::Image(64, 64)), IsEmpty());
     }
     EXPECT_THAT(folder.fakeCalls(), IsEmpty());
+}
+
+TEST_F(AiDoriq, EverythingMissingBesideTheClassNamesIsLogged) {
+    folder.installFake("");
+    for (const char* ending : {".cfg", ".weights"})
+        std::filesystem::remove(folder.modelDir() + "/model" + ending);
+    ai::init();
+    const size_t before = log.lines().size();
+    ai::buildDetectors(false);
+    std::vector<std::string> lines = log.lines();
+    lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(before));
+    EXPECT_THAT(lines, ElementsAre("[AI] Could not find .cfg", "[AI] Could not find .weights"));
+}
+
+TEST_F(AiDoriq, WithoutClassNamesNothingElseIsLookedFor) {
+    folder.installFake("");
+    for (const char* ending : {".names", ".cfg", ".weights"})
+        std::filesystem::remove(folder.modelDir() + "/model" + ending);
+    ai::init();
+    const size_t before = log.lines().size();
+    ai::buildDetectors(false);
+    EXPECT_EQ(log.lines().size(), before + 1);
+    EXPECT_EQ(log.lines().back(), "[AI] Could not find .names");
 }
 
 TEST_F(AiDoriq, BuildsWithFullPathsAndTheWishForTheGpu) {
@@ -275,6 +311,17 @@ TEST_F(AiDoriq, ClassNamesAreReadAnewForEveryDetector) {
     EXPECT_THAT(ai::detectFrame(pxl::Image(640, 360)), IsEmpty());
 }
 
+TEST_F(AiDoriq, AModelWhoseNameIsInAnotherEncodingIsFound) {
+    folder.installFake("hit 0 10 20 30 40 0.5 0\n");
+    const std::string name = folder.modelDir() + "/Stra\xDF";
+    for (const char* ending : {".names", ".cfg", ".weights"})
+        std::filesystem::rename(folder.modelDir() + "/model" + ending, name + ending);
+    ai::init();
+    ai::buildDetectors(false);
+    EXPECT_THAT(ai::detectFrame(pxl::Image(640, 360)), SizeIs(1));
+    EXPECT_THAT(test::readFile(name + ".weights.calls"), HasSubstr("build " + name + ".cfg cpu\n"));
+}
+
 TEST_F(AiDoriq, AModelWhoseNameIsNoTextIsPassedOver) {
     folder.installFake("hit 0 10 20 30 40 0.5 0\n");
     std::filesystem::remove(folder.modelDir() + "/model.weights");
@@ -311,14 +358,28 @@ TEST_F(AiDoriq, ClassNamesWithoutPersonAndFaceAreAComplaint) {
 
 TEST_F(AiDoriq, ClassNamesThatCannotBeReadAreAComplaint) {
     folder.installFake("");
-    const std::string names = folder.modelDir() + "/model.names";
-    std::filesystem::permissions(names, std::filesystem::perms::none);
-    if (std::ifstream(names))
-        GTEST_SKIP() << "this user may read everything";
+    std::filesystem::permissions(folder.modelDir() + "/model.names", std::filesystem::perms::none);
+    openToEverybody();
     ai::init();
+    const test::WithoutPrivileges ordinaryUser;
     ai::buildDetectors(false);
+    EXPECT_TRUE(ai::ready());
     EXPECT_FALSE(ai::knowsPersonOrFace());
     EXPECT_THAT(ai::complaints(), SizeIs(1));
+}
+
+TEST_F(AiDoriq, AModelFolderThatCannotBeReadIsLikeNone) {
+    folder.installFake("");
+    openToEverybody();
+    ai::init();
+    std::filesystem::permissions(folder.modelDir(), std::filesystem::perms::none);
+    {
+        const test::WithoutPrivileges ordinaryUser;
+        ai::buildDetectors(false);
+    }
+    std::filesystem::permissions(folder.modelDir(), std::filesystem::perms::owner_all);
+    EXPECT_FALSE(ai::ready());
+    EXPECT_EQ(log.lines().back(), "[AI] Could not find object detector models");
 }
 
 TEST_F(AiDoriq, FoldersAreNoModelFiles) {

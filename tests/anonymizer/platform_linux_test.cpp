@@ -8,6 +8,7 @@
 #include <string>
 #include <thread>
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -146,6 +147,15 @@ TEST(PlatformPopup, LetsGoOfTheOthersEvents) {
     EXPECT_TRUE(window.grabs);
     platform::leaveEventsToOthers(&window);
     EXPECT_FALSE(window.grabs);
+}
+
+TEST(PlatformLibraries, WhyOneCouldNotBeLoadedIsToldOnce) {
+    const test::TempFolder folder;
+    const std::string library = folder.write("Stra\xDF.so", "this is no library");
+    ASSERT_EQ(dlopen(library.c_str(), RTLD_NOW), nullptr);
+    const std::string reason = platform::fileName(platform::libraryLoadError());
+    EXPECT_EQ(reason.rfind(library + ": ", 0), 0u) << reason;
+    EXPECT_EQ(platform::libraryLoadError(), "");
 }
 
 TEST_F(SwapInterval, IsRefusedWithoutACurrentContext) {
