@@ -145,11 +145,16 @@ void applyLanguage(const Entry& entry) {
     // The catalogs of the language before are forgotten with the object that holds them.
     replaceTranslations(appresources::languagesFolder());
     replaceLocale(current);
+    const wxLogNull quiet;
+    const wxLanguageInfo* language = wxLocale::GetLanguageInfo(current);
+    // Left to itself the library takes the first of the user's preferred languages instead, as in a German
+    // system with LANGUAGE=en, where "Deutsch" could never be had.
+    if (current == wxLANGUAGE_DEFAULT && language)
+        wxTranslations::Get()->SetLanguage(language->CanonicalName);
     wxLocale::AddCatalogLookupPathPrefix(appresources::languagesFolder());
     locale->AddCatalog("wxstd");
     const bool added = locale->AddCatalog("main");
-    const wxLogNull quiet;
-    direction = directionOfTexts(added, wxLocale::GetLanguageInfo(current));
+    direction = directionOfTexts(added, language);
 }
 
 void applyStoredChoice() {
