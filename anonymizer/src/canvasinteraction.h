@@ -72,12 +72,12 @@ public:
     CanvasEffects figureOutState(const CanvasMouse& event, bool playerPlays);
 
     /// The button has been held for kHoldMilliseconds: the pressed blur is recorded from the picture on that
-    /// is shown now. Where a seek has brought another one than the pressed one, it gets the blur's rectangle
-    /// first, under the next number when the blur's span does not reach it. While a picture is on its way
-    /// (`seekPending`) the hold begins anew: the end of that seek, told as `Stopped`, would end the
-    /// recording. So it does when playing would not go on behind the picture (`playerPosition`, see
-    /// VideoPlayer), with a seek to it: a seek elsewhere may have delivered nothing. `videoFps` may be any
-    /// number.
+    /// is shown now; nothing happens when it has gone from the store. Where a seek has brought another one
+    /// than the pressed one, it gets the blur's rectangle first, under the next number when the blur's span
+    /// does not reach it. While a picture is on its way (`seekPending`) the hold begins anew: the end of that
+    /// seek, told as `Stopped`, would end the recording. So it does when playing would not go on behind the
+    /// picture (`playerPosition`, see VideoPlayer), with a seek to it: a seek elsewhere may have delivered
+    /// nothing. `videoFps` may be any number.
     CanvasEffects onHold(bool playerSet, double videoFps, bool seekPending, int64_t playerPosition);
 
     /// Something else needs the video or the blurs: ends recording, and playing when the player plays. What
@@ -87,8 +87,8 @@ public:
     /// The "Delete blur" button: deletes the hovered blur over its whole span.
     CanvasEffects deleteHovered();
 
-    /// A decoded frame. While recording, it and every frame that playing has passed since the last one get
-    /// the brush square of this moment.
+    /// A decoded frame, never empty. While recording, it and every frame that playing has passed since the
+    /// last one get the brush square of this moment.
     void deliver(std::shared_ptr<VideoPlayer::Frame> frame);
 
     /// Ends recording when the player has stopped. `playerPosition`: the player's at this moment.
@@ -152,6 +152,7 @@ private:
     /// Makes the brush square the current blur. Without a square currentBlurId_ is −1 and nothing is painted.
     void newBlur();
     // With the store's mutex held too:
+    /// There is a current blur.
     void storeNewBlur();
     blurtrack::BlurEntry storePressed(int64_t id, int64_t frame, const view::Rect& square);
     /// Gives the rectangle to the picture as the current blur's, unless that has one there.
@@ -178,7 +179,7 @@ private:
     Brush brush_;
     /// The blur being drawn or recorded.
     int64_t currentBlurId_ = blurtrack::kNoBlurId;
-    /// The rectangle of the last press.
+    /// The rectangle of the last press; empty without a current blur.
     view::Rect newBlurRect_;
     /// Last frame that has a square of the recorded blur, stored or not.
     int64_t recordedFrame_ = 0;

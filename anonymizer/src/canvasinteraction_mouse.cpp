@@ -130,8 +130,6 @@ void CanvasInteraction::newBlur() {
 }
 
 void CanvasInteraction::storeNewBlur() {
-    if (currentBlurId_ == blurtrack::kNoBlurId)
-        return;
     const blurtrack::BlurEntry entry = storePressed(currentBlurId_, frame_->index, newBlurRect_);
     newBlurRect_ = {entry.x, entry.y, entry.w, entry.h};
 }

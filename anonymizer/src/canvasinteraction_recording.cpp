@@ -49,6 +49,9 @@ CanvasEffects CanvasInteraction::onHold(bool playerSet, double videoFps, bool se
     storeKept(storeLock);
 
     const view::Rect rect = hover_.set ? hover_.rect : newBlurRect_;
+    // The pressed blur has gone from the store.
+    if (rect.empty() && !brush_.shown)
+        return effects;
     if (hover_.set)
         currentBlurId_ = hover_.id;
     hideOnPicture(rect);
@@ -77,7 +80,7 @@ CanvasEffects CanvasInteraction::onHold(bool playerSet, double videoFps, bool se
 }
 
 void CanvasInteraction::hideOnPicture(const view::Rect& rect) {
-    if (currentBlurId_ == blurtrack::kNoBlurId || rect.empty())
+    if (currentBlurId_ == blurtrack::kNoBlurId)
         return;
     const auto& entries = blurtrack::entriesAt(frame_->index);
     if (std::any_of(entries.begin(), entries.end(),
@@ -115,7 +118,7 @@ CanvasEffects CanvasInteraction::pause(bool playerPlays) {
 void CanvasInteraction::deliver(std::shared_ptr<VideoPlayer::Frame> frame) {
     const std::lock_guard<std::mutex> lock(mutex_);
     frame_ = std::move(frame);
-    if (frame_ && !playedFrom_)
+    if (!playedFrom_)
         playedFrom_ = frame_->index - 1;
     if (recording_)
         recordPicture();
@@ -124,7 +127,8 @@ void CanvasInteraction::deliver(std::shared_ptr<VideoPlayer::Frame> frame) {
 }
 
 void CanvasInteraction::recordPicture() {
-    if (!frame_ || !brush_.shown || currentBlurId_ == blurtrack::kNoBlurId)
+    // Whatever hides the brush ends the recording first.
+    if (!brush_.shown || currentBlurId_ == blurtrack::kNoBlurId)
         return;
     const view::Rect square = brushSquare();
     if (square.empty())
@@ -165,7 +169,7 @@ void CanvasInteraction::storeKeptIfFree() {
 bool CanvasInteraction::endRecording() {
     if (!recording_.exchange(false))
         return false;
-    if (!frame_ || currentBlurId_ == blurtrack::kNoBlurId)
+    if (currentBlurId_ == blurtrack::kNoBlurId)
         return true;
     if (frame_->index != recordedFrame_)
         recordPicture();

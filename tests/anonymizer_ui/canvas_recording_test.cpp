@@ -72,7 +72,9 @@ TEST_F(Canvas, HoldingABlurThatIsGoneRecordsNothingOfTheDabBefore) {
     blurtrack::clear();
     blurtrack::initFrames(1000);
     canvas.settle();
-    hold();
+    EXPECT_EQ(hold().playFps, 0);
+    EXPECT_FALSE(canvas.recording());
+    EXPECT_FALSE(brushShown());
     show(11);
     release(210, 110);
     EXPECT_THAT(blurtrack::entriesAt(10), IsEmpty());
@@ -516,6 +518,33 @@ TEST_F(Canvas, RecordingInAWindowWithoutRoomForThePictureAddsNothing) {
     EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10, 11, 12}));
 }
 
+TEST_F(Canvas, ARecordingThatEndsWithoutRoomForThePictureTellsWhatItLacks) {
+    playing = true;
+    move(100, 100);
+    const int64_t id = upcomingBrushId();
+    press(100, 100);
+    show(11);
+    canvas.resize({1, 1});
+    show(13);
+    leave();
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10, 11}));
+    EXPECT_THAT(log.lines(wxLOG_Error), ElementsAre("[VideoCanvas] Blur while playing not recorded id:" +
+                                                    std::to_string(id) + " frames: 12 to 13"));
+}
+
+TEST_F(Canvas, TheEndOfARecordingMakesUpForAFrameThatCameWithoutRoomForThePicture) {
+    playing = true;
+    move(100, 100);
+    const int64_t id = upcomingBrushId();
+    press(100, 100);
+    canvas.resize({1, 1});
+    show(12);
+    canvas.resize({320, 272});
+    release(100, 100);
+    EXPECT_EQ(framesOf(id), (std::vector<int64_t>{10, 11, 12}));
+    EXPECT_THAT(log.lines(wxLOG_Error), IsEmpty());
+}
+
 TEST_F(Canvas, MotionOrEnteringWithoutTheButtonEndsARecordingWhoseReleaseWasLost) {
     for (const auto kind : {CanvasMouse::Motion, CanvasMouse::Enter}) {
         show(10);
@@ -532,6 +561,17 @@ TEST_F(Canvas, MotionOrEnteringWithoutTheButtonEndsARecordingWhoseReleaseWasLost
         EXPECT_EQ(effects.stopAndSeekTo, 11);
         EXPECT_TRUE(effects.stopTimer);
     }
+}
+
+TEST_F(Canvas, MotionBesideThePictureWithoutTheButtonStopsThePlayerToo) {
+    playing = true;
+    move(100, 100);
+    press(100, 100);
+    show(11);
+    buttonHeld = false;
+    EXPECT_EQ(move(100, 260).stopAndSeekTo, 11);
+    EXPECT_FALSE(canvas.recording());
+    EXPECT_FALSE(brushShown());
 }
 
 TEST_F(Canvas, MotionWithoutTheButtonStopsTheHoldTimer) {
