@@ -97,29 +97,29 @@ bool CanvasPainter::tryToLoad(const CanvasPicture& picture) {
     const bool sizeRefused = image.width == refused_.width && image.height == refused_.height;
     if (image.empty() || sizeRefused || (memoryShort_ && picture.frame == lastDrawn_)) {
         lastDrawn_ = picture.frame;
-        return lastShown_ = false;
+        return false;
     }
     try {
-        lastShown_ = loadPicture(picture);
-        refused_ = lastShown_ ? view::Size{} : view::Size{image.width, image.height};
-        if (!lastShown_)
+        const bool loaded = loadPicture(picture);
+        refused_ = loaded ? view::Size{} : view::Size{image.width, image.height};
+        if (!loaded)
             wxLogError("[VideoCanvas] The graphics driver refuses a texture of %d x %d", image.width,
                        image.height);
         memoryShort_ = false;
+        return loaded;
     } catch (const std::bad_alloc&) {
         if (!std::exchange(memoryShort_, true))
             wxLogError("[VideoCanvas] No memory to show a frame of %d x %d", image.width, image.height);
         // One of them may still be mapped.
         slots_ = {};
         scratch_ = {};
-        lastShown_ = false;
+        return false;
     }
-    return lastShown_;
 }
 
 bool CanvasPainter::loadPicture(const CanvasPicture& picture) {
     const pxl::Image& image = picture.frame->image;
-    const bool isNew = picture.frame != lastDrawn_ || !lastShown_;
+    const bool isNew = picture.frame != lastDrawn_;
     const bool divisorChanged = picture.divisor != lastDivisor_;
     if (!isNew && !divisorChanged)
         return true;
@@ -208,7 +208,7 @@ void CanvasPainter::drawPicture(const CanvasPicture& picture, const view::Mappin
         if (!square.empty())
             drawPatch(patch, square, kWhite, frame);
     }
-    if (picture.hovering && picture.hoverId != blurtrack::kNoBlurId) {
+    if (picture.hovering) {
         const auto hovered =
             std::find_if(entries_.begin(), entries_.end(),
                          [&](const blurtrack::BlurEntry& entry) { return entry.id == picture.hoverId; });

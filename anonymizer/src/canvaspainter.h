@@ -55,7 +55,9 @@ private:
         std::shared_ptr<pxl::Texture> mosaic;
     };
 
+    /// False when the picture can't be shown.
     bool tryToLoad(const CanvasPicture& picture);
+    /// Expects that the picture drawn last could be shown, or is another one.
     bool loadPicture(const CanvasPicture& picture);
     bool fitSlot(Slot& slot, const pxl::Image& image);
     void writeFrame(pxl::Texture& texture, const pxl::Image& image);
@@ -78,7 +80,6 @@ private:
     /// this one.
     std::shared_ptr<VideoPlayer::Frame> lastDrawn_;
     int32_t lastDivisor_ = 0;
-    bool lastShown_ = true;
     /// Size of the pictures that can't be shown.
     view::Size refused_;
     /// There was no memory for the picture drawn last.

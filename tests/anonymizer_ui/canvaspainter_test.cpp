@@ -108,6 +108,12 @@ TEST_F(Painter, NarrowRectanglesHaveNoNegativeBars) {
     ASSERT_EQ(quads.size(), 6u);
     expectPlace(quads[4], 14, 10, 1, 4);
     expectPlace(quads[5], 14, 9, 1, 4);
+    blurtrack::addBlur(3, {10, 10, 20, 0.5f}, 100, 7);
+    picture.frame = frame(3);
+    paint();
+    ASSERT_EQ(quads.size(), 3u) << "neither patch nor bars at the sides";
+    expectPlace(quads[1], 14, 10, 12, 4);
+    expectPlace(quads[2], 14, 6, 12, 4);
 }
 
 TEST_F(Painter, DetectionsShowFromTheThresholdOn) {
@@ -124,6 +130,7 @@ TEST_F(Painter, RectanglesBeyondThePictureShowWhatThereIsOfIt) {
     blurtrack::addBlur(1, {-10, -10, 30, 30}, 90, blurtrack::kAnonymousBlurId);
     blurtrack::addBlur(1, {300, 230, 2e9f, 2e9f}, 90, blurtrack::kAnonymousBlurId);
     blurtrack::addBlur(1, {400, 10, 30, 30}, 90, blurtrack::kAnonymousBlurId);
+    blurtrack::addBlur(1, {10, 300, 30, 30}, 90, blurtrack::kAnonymousBlurId);
     paint();
     ASSERT_EQ(patches().size(), 2u);
     expectPlace(patches()[0], 0, 0, 20, 20);
@@ -135,8 +142,9 @@ TEST_F(Painter, RectanglesBeyondThePictureShowWhatThereIsOfIt) {
     expectPlace(quads[3], 16, -10, 4, 30);
     expectPlace(quads[4], -6, -10, 22, 4);
     expectPlace(quads[5], -6, 16, 22, 4);
-    ASSERT_EQ(quads.size(), 1u + 5 + 5 + 4);
+    ASSERT_EQ(quads.size(), 1u + 5 + 5 + 4 + 4);
     expectPlace(quads[11], 400, 10, 4, 30);
+    expectPlace(quads[15], 10, 300, 4, 30);
 }
 
 TEST_F(Painter, BrushIsTheSquareThatAClickAdds) {
@@ -216,6 +224,15 @@ TEST_F(Painter, UnusualFramesAndWindowsAreSurvived) {
             window = room;
             EXPECT_TRUE(paint().pictureShown);
         }
+}
+
+TEST_F(Painter, WithoutAShaderThereIsTheBackgroundOnly) {
+    CanvasPainter bare(target, std::make_unique<pxl::Batch>(nullptr, nullptr), {});
+    EXPECT_FALSE(bare.valid());
+    bool controlsDrawn = false;
+    EXPECT_TRUE(bare.paint(picture, window, [&](pxl::Batch&) { controlsDrawn = true; }).pictureShown);
+    EXPECT_EQ(target->cleared.size(), 1u);
+    EXPECT_FALSE(controlsDrawn);
 }
 
 TEST_F(Painter, ControlsAreDrawnInWindowPixels) {

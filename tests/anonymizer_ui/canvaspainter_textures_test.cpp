@@ -83,17 +83,19 @@ TEST_F(Painter, UnmappableTexturesAreUploadedFromMemory) {
 }
 
 TEST_F(Painter, WideRowsOfMappedMemoryGetTheMosaicByWayOfTheScratchPicture) {
-    blurtrack::addBlur(1, {10, 20, 40, 30}, 100, 7);
     card.extraPitch = 64;
-    EXPECT_TRUE(paint().pictureShown);
-    EXPECT_TRUE(holdsFrame(quads[0]));
-    EXPECT_TRUE(holdsMosaic(quads[1])) << "copied in one block";
-    EXPECT_EQ(card.maps, 2);
-    EXPECT_EQ(card.uploads, 2) << "by unmapping alone";
-    picture.frame = frame(2, 100, 60);
-    blurtrack::addBlur(2, {10, 20, 40, 30}, 100, 7);
-    paint();
-    EXPECT_TRUE(holdsMosaic(quads[1])) << "the scratch picture follows the size";
+    int64_t index = 0;
+    // The scratch picture follows the size.
+    for (const view::Size size : {view::Size{320, 240}, {320, 240}, {320, 120}, {100, 120}}) {
+        card.maps = card.uploads = 0;
+        picture.frame = frame(++index, size.width, size.height);
+        blurtrack::addBlur(index, {10, 20, 40, 30}, 100, 7);
+        EXPECT_TRUE(paint().pictureShown);
+        EXPECT_TRUE(holdsFrame(quads[0]));
+        EXPECT_TRUE(holdsMosaic(quads[1])) << "copied in one block";
+        EXPECT_EQ(card.maps, 2);
+        EXPECT_EQ(card.uploads, 2) << "by unmapping alone";
+    }
 }
 
 TEST_F(Painter, UnalignedMappedMemoryGetsTheMosaicByWayOfTheScratchPicture) {
@@ -105,14 +107,33 @@ TEST_F(Painter, UnalignedMappedMemoryGetsTheMosaicByWayOfTheScratchPicture) {
 }
 
 TEST_F(Painter, RefusedTexturesAreReportedAndSurvived) {
-    card.refuseTextures = true;
+    for (const view::Size otherSize : {view::Size{100, 60}, {320, 60}}) {
+        card.refuseTextures = true;
+        picture.frame = frame(1);
+        EXPECT_FALSE(paint().pictureShown);
+        EXPECT_TRUE(quads.empty());
+        EXPECT_FALSE(paint().pictureShown);
+        card.refuseTextures = false;
+        picture.frame = frame(2, otherSize.width, otherSize.height);
+        EXPECT_TRUE(paint().pictureShown);
+        EXPECT_EQ(quads.size(), 1u);
+        painter->forgetPicture();
+    }
+}
+
+TEST_F(Painter, RefusedMosaicHidesThePictureToo) {
+    card.onUse = [&] { card.refuseTextures = card.texturesAskedFor == 2; };
+    EXPECT_FALSE(paint().pictureShown);
+    EXPECT_EQ(card.texturesMade, 1);
+    EXPECT_TRUE(quads.empty());
+}
+
+TEST_F(Painter, EmptyPicturesAreNotShown) {
+    picture.frame = std::make_shared<VideoPlayer::Frame>();
+    picture.frame->index = 1;
     EXPECT_FALSE(paint().pictureShown);
     EXPECT_TRUE(quads.empty());
-    EXPECT_FALSE(paint().pictureShown);
-    card.refuseTextures = false;
-    picture.frame = frame(2, 100, 60);
-    EXPECT_TRUE(paint().pictureShown);
-    EXPECT_EQ(quads.size(), 1u);
+    EXPECT_EQ(card.texturesAskedFor, 0);
 }
 
 TEST_F(Painter, RefusedSizeIsAskedForAndLoggedOnce) {
@@ -133,23 +154,33 @@ TEST_F(Painter, RefusedSizeIsAskedForAndLoggedOnce) {
 }
 
 TEST_F(Painter, LackOfMemoryHidesThePictureOnly) {
+    const test::LogCapture log;
     card.noMemory = true;
     EXPECT_FALSE(paint().pictureShown);
     EXPECT_FALSE(paint().pictureShown);
-    EXPECT_EQ(card.texturesAskedFor, 1);
+    EXPECT_EQ(card.texturesAskedFor, 1) << "tried again with the next picture";
     EXPECT_TRUE(quads.empty());
-    card.noMemory = false;
     picture.frame = frame(2);
+    EXPECT_FALSE(paint().pictureShown);
+    EXPECT_EQ(card.texturesAskedFor, 2);
+    EXPECT_EQ(log.lines(wxLOG_Error),
+              std::vector<std::string>{"[VideoCanvas] No memory to show a frame of 320 x 240"});
+    card.noMemory = false;
+    picture.frame = frame(3);
     EXPECT_TRUE(paint().pictureShown) << "the shortage has passed";
     EXPECT_TRUE(holdsFrame(quads[0]));
 }
 
 TEST_F(Painter, LostMappingsAreUploadedFromMemory) {
     card.loseMappings = true;
-    blurtrack::addBlur(1, {10, 20, 40, 30}, 100, 7);
-    EXPECT_TRUE(paint().pictureShown);
-    EXPECT_TRUE(holdsFrame(quads[0]));
-    EXPECT_TRUE(holdsMosaic(quads[1]));
+    for (const uint32_t extraPitch : {0u, 64u}) {
+        card.extraPitch = extraPitch;
+        picture.frame = frame(picture.frame->index + 1);
+        blurtrack::addBlur(picture.frame->index, {10, 20, 40, 30}, 100, 7);
+        EXPECT_TRUE(paint().pictureShown);
+        EXPECT_TRUE(holdsFrame(quads[0]));
+        EXPECT_TRUE(holdsMosaic(quads[1])) << extraPitch;
+    }
 }
 
 } // namespace
