@@ -80,8 +80,6 @@ void CanvasControls::showPlayState(PlayState state) {
     if (state != Stopped && state != Playing)
         return;
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (!bar_.isToggle(play_))
-        return;
     bar_.setToggled(play_, state == Playing);
     bar_.setTip(play_, state == Playing ? texts_.pause : texts_.play);
 }

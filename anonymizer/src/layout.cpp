@@ -100,15 +100,6 @@ Layout::Element* Layout::find(int element, Kind kind) {
     return found && found->kind == kind ? found : nullptr;
 }
 
-bool Layout::isToggle(int element) const {
-    return find(element, Kind::Toggle) != nullptr;
-}
-
-Geometry Layout::geometry(int element) const {
-    const Element* found = find(element);
-    return found ? found->geometry : Geometry{};
-}
-
 void Layout::setGeometry(int element, const Geometry& geometry) {
     Element* found = find(element);
     if (!found || found->geometry == geometry)
@@ -277,6 +268,7 @@ MouseResult Layout::mouse(const MouseInput& input) {
         break;
     case Action::Leave:
     case Action::Wheel:
+        // Returned above.
         break;
     }
     return result;

@@ -114,9 +114,7 @@ public:
                   const wxString& tip = {});
 
     int count() const { return static_cast<int>(elements_.size()); }
-    bool isToggle(int element) const;
 
-    Geometry geometry(int element) const;
     /// Marks the list dirty when the place changes.
     void setGeometry(int element, const Geometry& geometry);
 

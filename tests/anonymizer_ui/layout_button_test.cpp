@@ -182,6 +182,7 @@ TEST_F(LayoutButtons, DisabledElementTakesTheMouseButNotTheClick) {
     EXPECT_TRUE(release(5, 5).consumed);
     EXPECT_TRUE(log_.empty());
     layout_.setEnabled(button_, true);
+    EXPECT_TRUE(layout_.isEnabled(button_));
     press(5, 5);
     release(5, 5);
     EXPECT_EQ(log_, Lines{"click 0"});
@@ -223,6 +224,17 @@ TEST_F(LayoutButtons, CallbacksRunAfterTheCallAndMayUseTheList) {
     EXPECT_FALSE(own.isEnabled(button));
 }
 
+TEST_F(LayoutButtons, ElementsWithoutACallbackWork) {
+    Layout own;
+    own.addButton({}, {10, 10, 0, 0}, {});
+    const int toggle = own.addToggle({}, {}, {10, 10, 10, 0}, {});
+    for (const int x : {1, 11}) {
+        own.mouse({Action::LeftDown, x, 1, true});
+        EXPECT_TRUE(own.mouse({Action::LeftUp, x, 1, false}).calls.empty());
+    }
+    EXPECT_TRUE(own.toggled(toggle));
+}
+
 TEST_F(LayoutButtons, TipBelongsToTheElementUnderTheMouse) {
     EXPECT_FALSE(layout_.tip().has_value());
     move(5, 5);
@@ -253,7 +265,6 @@ TEST_F(LayoutButtons, DisabledElementStillExplainsItself) {
 
 TEST_F(LayoutButtons, WrongIndicesAndKindsAreHarmless) {
     for (const int element : {-1, 3, button_}) {
-        EXPECT_FALSE(layout_.isToggle(element));
         EXPECT_FALSE(layout_.toggled(element));
         EXPECT_EQ(layout_.slider(element).range, 0);
         layout_.setToggled(element, true);
@@ -262,14 +273,12 @@ TEST_F(LayoutButtons, WrongIndicesAndKindsAreHarmless) {
         EXPECT_FALSE(layout_.isDragged(element));
         EXPECT_EQ(layout_.knobCentre(element).x, 0.0f);
     }
-    EXPECT_EQ(layout_.geometry(-1), ui2::Geometry{});
     layout_.setGeometry(99, {1, 1, 1, 1});
     layout_.setEnabled(99, false);
     layout_.setTip(99, "x");
     EXPECT_FALSE(layout_.isEnabled(99));
     EXPECT_FALSE(layout_.isHovered(99));
     EXPECT_FALSE(layout_.isPressed(99));
-    EXPECT_TRUE(layout_.isToggle(toggle_));
 }
 
 TEST_F(LayoutButtons, DirtyFollowsEveryChange) {
@@ -288,7 +297,15 @@ TEST_F(LayoutButtons, DirtyFollowsEveryChange) {
     EXPECT_FALSE(makesDirty([this] { layout_.setToggled(toggle_, true); }));
     EXPECT_TRUE(makesDirty([this] { layout_.setEnabled(toggle_, false); }));
     EXPECT_TRUE(makesDirty([this] { layout_.setVisible(false); }));
+    EXPECT_FALSE(makesDirty([this] { layout_.setVisible(false); }));
     EXPECT_TRUE(makesDirty([this] { layout_.markDirty(); }));
+}
+
+TEST(Tip, IsAnotherOneWithAnotherTextOrPlace) {
+    const ui2::Tip tip{"Play", {32, 32, 0, 0}};
+    EXPECT_EQ(tip, (ui2::Tip{"Play", {32, 32, 0, 0}}));
+    EXPECT_NE(tip, (ui2::Tip{"Pause", {32, 32, 0, 0}}));
+    EXPECT_NE(tip, (ui2::Tip{"Play", {32, 32, 0, 1}}));
 }
 
 TEST(Geometry, ContainsIsHalfOpenAndNeverOverflows) {
