@@ -30,6 +30,7 @@ void carryOut(const CanvasEffects& effects, CanvasActions& window) {
 
 void showBlurLost() {
     const auto* app = dynamic_cast<wxApp*>(wxAppConsole::GetInstance());
+    // A canvas without the main window is the tests'.
     if (auto* frame = app ? dynamic_cast<MainFrame*>(app->GetTopWindow()) : nullptr)
         frame->showInfoBar(
             _("The last blur could not be stored completely. Look at it and paint what is missing."));

@@ -54,6 +54,7 @@ TEST(Brush, NothingComesOfNoBrushOrNoFrame) {
     EXPECT_TRUE(brush::square({5, 5}, 0, {20, 20}).empty());
     EXPECT_TRUE(brush::square({5, 5}, -6, {10, 10}).empty());
     EXPECT_TRUE(brush::square({5, 5}, 32, {0, 20}).empty());
+    EXPECT_TRUE(brush::square({5, 5}, 32, {20, 0}).empty());
 }
 
 TEST(Brush, SquaringTheCentreOfASquareGivesTheSameSquare) {

@@ -103,13 +103,21 @@ TEST(ViewMapping, PointsAreTruncatedTowardZero) {
 }
 
 TEST(ViewMapping, NothingIsInsideWithoutPictureOrRoom) {
-    for (const Mapping& mapping : {Mapping(), Mapping({800, 600}, {0, 0}), Mapping({800, 32}, {320, 240}),
-                                   Mapping({1, 1}, {320, 240}), Mapping({0, 600}, {320, 240})}) {
+    for (const Mapping& mapping :
+         {Mapping(), Mapping({800, 600}, {0, 0}), Mapping({800, 32}, {320, 240}), Mapping({1, 1}, {320, 240}),
+          Mapping({0, 600}, {320, 240}), Mapping({800, 600}, {320, 0})}) {
         EXPECT_FALSE(mapping.valid());
         EXPECT_FALSE(mapping.inside({0, 0}));
         EXPECT_EQ(mapping.videoPixel({5, 5}).x, 0);
         EXPECT_EQ(mapping.windowPixel({5, 5}).x, 0);
     }
+}
+
+TEST(ViewRect, IsEmptyWithoutWidthOrHeight) {
+    EXPECT_FALSE((view::Rect{5, 5, 1, 1}).empty());
+    EXPECT_TRUE((view::Rect{5, 5, 0, 1}).empty());
+    EXPECT_TRUE((view::Rect{5, 5, 1, 0}).empty());
+    EXPECT_TRUE((view::Rect{5, 5, 1, -1}).empty());
 }
 
 } // namespace
