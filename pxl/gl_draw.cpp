@@ -43,6 +43,7 @@ void uploadUniforms(const GLShader& shader, const std::vector<float>& floats) {
             glUniformMatrix4fv(uniform.location, count, GL_FALSE, values);
             break;
         case UniformKind::None:
+            // No shader that could be made has one.
         case UniformKind::Sampler2D:
         case UniformKind::SamplerSettings:
             break;

@@ -68,6 +68,7 @@ void setStarted(bool started) {
 
 bool startGraphics(const std::function<bool(int)>& setSwapInterval) {
     const int version = epoxy_gl_version();
+    // Only with a driver that gives another context than the one asked for.
     if (!epoxy_is_desktop_gl() || version < 33) {
         log::error("OpenGL 3.3 is needed, the driver offers " + std::to_string(version / 10) + "." +
                    std::to_string(version % 10));

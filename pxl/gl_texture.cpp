@@ -14,7 +14,7 @@ std::shared_ptr<Texture> refuse(uint32_t width, uint32_t height, const char* rea
     return nullptr;
 }
 
-/// Errors of earlier calls would be taken for the next call's.
+/// Errors of earlier calls would be taken for the next call's. A lost context has errors without end.
 void forgetErrors() {
     for (int i = 0; i < 16 && glGetError() != GL_NO_ERROR; ++i) {
     }

@@ -27,6 +27,7 @@ public:
 
     off64_t readableBytes = kSize;
     bool seeksToTheStart = true;
+    bool seeksToTheEnd = true;
 
 private:
     static constexpr off64_t kSize = 100;
@@ -42,7 +43,7 @@ private:
         return count;
     }
     int seek(off64_t& offset, int whence) {
-        if (whence == SEEK_SET && !seeksToTheStart)
+        if ((whence == SEEK_SET && !seeksToTheStart) || (whence == SEEK_END && !seeksToTheEnd))
             return -1;
         offset += whence == SEEK_END ? kSize : whence == SEEK_CUR ? position_ : 0;
         position_ = offset;
@@ -60,6 +61,15 @@ TEST(FlawedFile, ThatCannotGoBackHasNoSize) {
     EXPECT_EQ(file.size(), 100u);
     flawed.seeksToTheStart = false;
     EXPECT_EQ(file.size(), 0u);
+}
+
+TEST(FlawedFile, ThatCannotGoToItsEndHasNoSize) {
+    FlawedFile pipe;
+    pipe.seeksToTheEnd = false;
+    pxl::STDIOFile file(pipe.open());
+    EXPECT_EQ(file.size(), 0u);
+    uint8_t buffer[60];
+    EXPECT_EQ(file.read(buffer, 60), 60u);
 }
 
 TEST(FlawedFile, AReadErrorIsTold) {

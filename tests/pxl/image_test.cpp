@@ -33,6 +33,15 @@ TEST(Image, MovingLeavesAnEmptyPicture) {
     EXPECT_EQ(source.width, 0);
 }
 
+TEST(Image, MovingToItselfKeepsThePixels) {
+    pxl::Image image(2, 2);
+    image.pixels[3] = 7;
+    pxl::Image& same = image;
+    image = std::move(same);
+    ASSERT_EQ(image.pixelCount(), 4u);
+    EXPECT_EQ(image.pixels[3], 7u);
+}
+
 TEST(Image, CloneDoesNotShareItsPixels) {
     pxl::Image source(2, 1);
     source.pixels[0] = 1;

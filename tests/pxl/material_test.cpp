@@ -170,6 +170,8 @@ TEST(Material, WithoutAShaderHoldsNothing) {
     Material material(nullptr);
     material.setMatrix("u_matrix", Matrix().values);
     material.setTexture("u_texture", nullptr);
+    material.setSampler("u_texture_sampler", {});
     EXPECT_TRUE(material.floats().empty());
-    EXPECT_THAT(log.errors(), ElementsAre("[Error] Could not set texture"));
+    EXPECT_THAT(log.errors(),
+                ElementsAre("[Error] Could not set texture", "[Error] Could not set texture sampler"));
 }

@@ -266,6 +266,22 @@ TEST(Batch, AnotherTargetFlushesIntoTheFormerOne) {
     EXPECT_EQ(r.calls[1].target, other.get());
 }
 
+TEST(Batch, TheSameTargetAgainIsNoCall) {
+    Recording r;
+    r.quad(r.first);
+    r.batch.setTarget(r.target);
+    EXPECT_TRUE(r.calls.empty());
+}
+
+TEST(Batch, NoTextureIsNotFlipped) {
+    Recording r;
+    r.batch.setTexture(std::make_shared<FakeTexture>(1));
+    EXPECT_TRUE(r.batch.pending().flipped);
+    r.batch.setTexture(nullptr);
+    EXPECT_FALSE(r.batch.pending().flipped);
+    EXPECT_EQ(r.batch.texture(), nullptr);
+}
+
 TEST(Batch, WithoutATargetTheCurrentOneIsUsed) {
     Recording r;
     r.batch.setTarget(nullptr);
@@ -287,6 +303,24 @@ TEST(Batch, WithoutMaterialOrMeshIsHarmless) {
     batch.setTarget(std::make_shared<FakeTarget>());
     batch.fillRect({0, 0, 1, 1}, {});
     EXPECT_EQ(batch.pending().vertices().size(), 4u);
+    batch.flush();
+    EXPECT_EQ(batch.drawCalls(), 0u);
+    EXPECT_TRUE(batch.pending().empty());
+}
+
+TEST_F(BatchOnCardTest, IsHarmlessWithoutItsShader) {
+    test::PxlLogCapture log;
+    const test::Replaced<PFNGLGETSHADERINFOLOGPROC> refuse(
+        epoxy_glGetShaderInfoLog, [](GLuint, GLsizei, GLsizei* length, GLchar* text) {
+            *text = '!';
+            *length = 1;
+        });
+    Batch batch;
+    EXPECT_FALSE(batch.valid());
+    EXPECT_THAT(log.errors(),
+                ElementsAre("[Error] Vertex shader compilation failed", "[Error] Shader creation failed"));
+    batch.setTarget(pxl::createRenderTarget(4, 4));
+    batch.fillRect({0, 0, 4, 4}, {});
     batch.flush();
     EXPECT_EQ(batch.drawCalls(), 0u);
     EXPECT_TRUE(batch.pending().empty());

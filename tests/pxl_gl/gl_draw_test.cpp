@@ -47,6 +47,19 @@ protected:
 constexpr Color GlDrawTest::black;
 constexpr Color GlDrawTest::red;
 
+const std::string plainVertex =
+    "#version 330\nlayout(location=0) in vec2 a_position;\nuniform mat4 u_matrix;\n"
+    "void main(void)\n{\n\tgl_Position = u_matrix * vec4(a_position, 0, 1);\n}";
+
+/// Not of the card.
+class FakeMesh : public pxl::Mesh {
+public:
+    void setIndices(pxl::IndexFormat, const void*, uint32_t) override {}
+    void setVertices(const pxl::VertexLayout&, const void*, uint32_t) override {}
+    uint32_t indexCount() const override { return 6; }
+    uint32_t vertexCount() const override { return 4; }
+};
+
 } // namespace
 
 TEST_F(GlDrawTest, FlatMaskShowsTheColourAlone) {
@@ -190,6 +203,13 @@ TEST_F(GlDrawTest, RangesBeyondTheIndicesDrawNothing) {
     EXPECT_EQ(pxl::drawCallCount(), before + 1);
 }
 
+TEST_F(GlDrawTest, MeshOfAnotherKindDrawsNothing) {
+    const uint64_t before = pxl::drawCallCount();
+    pxl::draw(*target, *material, FakeMesh(), 0, 6);
+    EXPECT_EQ(pxl::drawCallCount(), before);
+    EXPECT_EQ(at(4, 4), black);
+}
+
 TEST_F(GlDrawTest, MaterialWithoutAShaderDrawsNothing) {
     fill(red);
     const pxl::Material empty(nullptr);
@@ -199,11 +219,9 @@ TEST_F(GlDrawTest, MaterialWithoutAShaderDrawsNothing) {
 
 TEST_F(GlDrawTest, LaterUniformsAreNotDisturbedByEarlierArrays) {
     const auto shader = pxl::createShader(
-        "#version 330\nlayout(location=0) in vec2 a_position;\nuniform mat4 u_matrix;\n"
-        "void main(void)\n{\n\tgl_Position = u_matrix * vec4(a_position, 0, 1);\n}",
-        "#version 330\nuniform vec2 u_list[2];\nuniform mat2x3 u_map;\nuniform float u_alpha;\n"
-        "out vec4 o_color;\nvoid main(void)\n{\n"
-        "\to_color = vec4(u_map * (u_list[0] + u_list[1]), u_alpha);\n}");
+        plainVertex, "#version 330\nuniform vec2 u_list[2];\nuniform mat2x3 u_map;\nuniform float u_alpha;\n"
+                     "out vec4 o_color;\nvoid main(void)\n{\n"
+                     "\to_color = vec4(u_map * (u_list[0] + u_list[1]), u_alpha);\n}");
     ASSERT_TRUE(shader);
     pxl::Material custom(shader);
     custom.setMatrix("u_matrix", test::Projection(8, 8).values);
@@ -219,6 +237,26 @@ TEST_F(GlDrawTest, LaterUniformsAreNotDisturbedByEarlierArrays) {
     EXPECT_NEAR(color.r, 51, 1);
     EXPECT_NEAR(color.g, 102, 1);
     EXPECT_NEAR(color.b, 26, 1);
+    EXPECT_EQ(color.a, 255);
+}
+
+TEST_F(GlDrawTest, UniformsOfThreeAndFourFloatsReachTheCard) {
+    const auto shader = pxl::createShader(
+        plainVertex, "#version 330\nuniform vec3 u_shade;\nuniform vec4 u_base;\nout vec4 o_color;\n"
+                     "void main(void)\n{\n\to_color = u_base + vec4(u_shade, 0);\n}");
+    ASSERT_TRUE(shader);
+    pxl::Material custom(shader);
+    custom.setMatrix("u_matrix", test::Projection(8, 8).values);
+    const float shade[] = {0.2f, 0, 0.4f};
+    const float base[] = {0.2f, 0.6f, 0, 1};
+    custom.setFloats("u_shade", shade, 3);
+    custom.setFloats("u_base", base, 4);
+    fill(red);
+    pxl::draw(*target, custom, *mesh, 0, 6);
+    const Color color = at(4, 4);
+    EXPECT_NEAR(color.r, 102, 1);
+    EXPECT_NEAR(color.g, 153, 1);
+    EXPECT_NEAR(color.b, 102, 1);
     EXPECT_EQ(color.a, 255);
 }
 

@@ -82,6 +82,13 @@ TEST_F(GlShaderTest, ArraysLoseTheSuffixOfTheirName) {
     EXPECT_GE(shader->uniforms()[0].location, 0);
 }
 
+TEST_F(GlShaderTest, NamesShorterThanTheSuffixStay) {
+    const auto shader = pxl::createShader(plainVertex, fragmentReturning("uniform float f;\n", "vec4(f)"));
+    ASSERT_TRUE(shader);
+    ASSERT_EQ(shader->uniforms().size(), 1u);
+    EXPECT_EQ(shader->uniforms()[0].name, "f");
+}
+
 TEST_F(GlShaderTest, EachSamplerTakesTheNextUnit) {
     const auto shader = pxl::createShader(
         plainVertex, fragmentReturning("uniform sampler2D u_one;\nuniform sampler2D u_two;\n",
@@ -201,8 +208,8 @@ TEST_F(GlShaderLog, AnyTextInItFailsWithTheLineBeforeTheDriversWords) {
 
 TEST_F(GlShaderTest, AUniformOfAnotherTypeFails) {
     test::PxlLogCapture log;
-    EXPECT_FALSE(
-        pxl::createShader(plainVertex, fragmentReturning("uniform int u_count;\n", "vec4(u_count)")));
+    EXPECT_FALSE(pxl::createShader(
+        plainVertex, fragmentReturning("uniform int u_one;\nuniform int u_two;\n", "vec4(u_one + u_two)")));
     EXPECT_THAT(log.errors(), ElementsAre("[Error] Invalid uniform type", "[Error] Shader creation failed"));
 }
 

@@ -160,3 +160,16 @@ TEST_F(GlStateTest, DriverMessagesReachStandardOutputWithoutALineBreak) {
     insert(GL_DEBUG_TYPE_PERFORMANCE, GL_DEBUG_SEVERITY_NOTIFICATION, "two");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "GL (ERROR:HIGH) oneGL (PEROFRMANCE) two");
 }
+
+TEST_F(GlStateTest, DriverMessagesWithoutALengthEndWithTheirTerminator) {
+    if (epoxy_gl_version() < 43 && !epoxy_has_gl_extension("GL_KHR_debug"))
+        GTEST_SKIP() << "this driver has no debug output";
+    void* callback = nullptr;
+    glGetPointerv(GL_DEBUG_CALLBACK_FUNCTION, &callback);
+    ASSERT_NE(callback, nullptr);
+    const auto tell = reinterpret_cast<GLDEBUGPROC>(callback);
+    testing::internal::CaptureStdout();
+    for (const GLsizei length : {-1, 3})
+        tell(GL_DEBUG_SOURCE_API, GL_DEBUG_TYPE_ERROR, 1, GL_DEBUG_SEVERITY_LOW, length, "one two", nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "GL (ERROR:LOW) one twoGL (ERROR:LOW) one");
+}

@@ -4,6 +4,7 @@
 #include "pxl/gl_texture.h"
 #include "support/pxl_log_capture.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include <gmock/gmock.h>
@@ -214,6 +215,29 @@ TEST_F(GlTextureTest, DriverWithoutMemoryGivesAnEmptyPointer) {
     });
     EXPECT_FALSE(pxl::createTexture(4, 4));
     EXPECT_THAT(log.errors(), SizeIs(1));
+}
+
+TEST_F(GlTextureTest, ErrorsOfEarlierCallsAreNotTakenForALackOfMemory) {
+    test::PxlLogCapture log;
+    // Nothing that could be enabled.
+    glEnable(0);
+    EXPECT_TRUE(pxl::createTexture(4, 4));
+    EXPECT_THAT(log.errors(), IsEmpty());
+}
+
+TEST_F(GlTextureTest, ErrorsWithoutEndGiveAnEmptyPointer) {
+    test::PxlLogCapture log;
+    const Replaced<PFNGLGETERRORPROC> lost(epoxy_glGetError, []() -> GLenum { return GL_INVALID_OPERATION; });
+    EXPECT_FALSE(pxl::createTexture(4, 4));
+    EXPECT_THAT(log.errors(), SizeIs(1));
+}
+
+TEST_F(GlTextureTest, ContextWithoutNamesGivesAnEmptyPointer) {
+    test::PxlLogCapture log;
+    const Replaced<PFNGLGENTEXTURESPROC> nameless(
+        epoxy_glGenTextures, [](GLsizei count, GLuint* names) { std::fill_n(names, count, 0u); });
+    EXPECT_FALSE(pxl::createTexture(4, 4));
+    EXPECT_THAT(log.errors(), ElementsAre("[Error] Texture creation failed: 4x4, no name"));
 }
 
 TEST_F(GlTextureTest, NameDiesWithTheTexture) {

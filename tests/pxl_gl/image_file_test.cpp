@@ -1,5 +1,6 @@
 #include "gl_test.h"
 
+#include "pxl/gl_startup.h"
 #include "pxl/image_file.h"
 #include "pxl/stream.h"
 #include "support/paths.h"
@@ -32,8 +33,11 @@ public:
         position_ += available;
         return available;
     }
-    uint64_t size() override { return bytes_.size(); }
+    uint64_t size() override { return bytes_.size() + missing; }
     bool valid() const override { return true; }
+
+    /// Bytes that are promised, but not there.
+    uint64_t missing = 0;
 
 private:
     std::vector<uint8_t> bytes_;
@@ -77,6 +81,22 @@ TEST(ImageFile, DecodesFromTheStreamsPosition) {
     MemoryStream stream(bytes);
     stream.seek(3);
     EXPECT_EQ(pxl::decodePng(stream).width, 2);
+}
+
+TEST(ImageFile, PositionBehindTheEndIsNoPicture) {
+    test::PxlLogCapture log;
+    MemoryStream stream(twoPixels);
+    stream.seek(static_cast<int64_t>(twoPixels.size()) + 1);
+    EXPECT_TRUE(pxl::decodePng(stream).empty());
+    EXPECT_THAT(log.errors(), ElementsAre("[Error] Could not load png image"));
+}
+
+TEST(ImageFile, FileThatHasBecomeShorterIsNoPicture) {
+    test::PxlLogCapture log;
+    MemoryStream stream(twoPixels);
+    stream.missing = 1;
+    EXPECT_TRUE(pxl::decodePng(stream).empty());
+    EXPECT_THAT(log.errors(), ElementsAre("[Error] Could not load png image"));
 }
 
 TEST(ImageFile, EveryTruncationIsLoggedAndEmpty) {
@@ -149,6 +169,13 @@ TEST_F(ImageFileOnCardTest, LoadedTextureHoldsThePicture) {
     EXPECT_EQ(texture->width(), 64u);
     const std::vector<pxl::Color> content = test::readTexture(*texture);
     EXPECT_EQ(std::memcmp(content.data(), image.pixels, image.byteCount()), 0);
+}
+
+TEST_F(ImageFileOnCardTest, PictureThatTheDriverRefusesGivesNoTexture) {
+    test::PxlLogCapture log;
+    const int32_t width = pxl::graphicsLimits().maxTextureSize + 1;
+    EXPECT_FALSE(pxl::createTexture(pxl::Image(width, 1)));
+    EXPECT_THAT(log.errors(), ElementsAre(testing::StartsWith("[Error] Texture creation failed")));
 }
 
 TEST_F(ImageFileOnCardTest, PictureThatCannotBeReadGivesNoTexture) {
