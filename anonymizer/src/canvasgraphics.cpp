@@ -49,6 +49,8 @@ pxl::Size CanvasGraphics::physicalSize() const {
 
 bool CanvasGraphics::paint(const CanvasPicture& picture, view::Size size,
                            const CanvasPainter::DrawControls& controls) {
+    // A hidden window, which some systems have painted too, has nothing to draw on. Making the context
+    // current fails where the driver has lost it.
     if (!window_.IsShownOnScreen() || !start() || !window_.SetCurrent(*context_))
         return false;
     const CanvasPainter::Outcome outcome = painter_->paint(picture, size, controls);
@@ -64,6 +66,7 @@ bool CanvasGraphics::start() {
         return painter_ != nullptr;
     failed_ = true;
     platform::reportEveryMotion(window_.GetHandle());
+    // The last two fail only with a driver that offers more than it has.
     started_ =
         context_->IsOK() && window_.SetCurrent(*context_) && pxl::startGraphics(platform::setSwapInterval);
     if (started_) {
@@ -91,6 +94,7 @@ void CanvasGraphics::forgetPicture() {
 void CanvasGraphics::release(const std::function<void()>& releaseOthers) {
     failed_ = true;
     const bool current = started_ && window_.SetCurrent(*context_);
+    // A driver that has lost the context.
     if (started_ && !current)
         pxl::abandonGraphics();
     releaseOthers();

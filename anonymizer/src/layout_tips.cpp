@@ -44,7 +44,8 @@ void Tips::close() {
 }
 
 void Tips::onTimer(wxTimerEvent&) {
-    // A progress dialog disables the window of the canvas.
+    // The end of the delay may have been told before it was stopped. A progress dialog disables the window of
+    // the canvas.
     if (!wanted_ || !canvas_->IsShownOnScreen() || !canvas_->IsEnabled())
         return;
     // The window sets the pointer to null when it closes, whoever closes it, and destroys itself a little

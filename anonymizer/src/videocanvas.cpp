@@ -48,6 +48,7 @@ public:
 
     void setAiAvailable(bool available) { controls_->setAiAvailable(available); }
 
+    /// Empty until the owner sets it.
     std::function<void()> aiRequest;
 
 private:
@@ -91,6 +92,7 @@ private:
     wxTimer retryTimer_;
     VideoPlayer* player_ = nullptr;
     double videoFps_ = 0;
+    /// The window is going, and calls that it queued may still come.
     bool released_ = false;
     QueuedCall queuedRefresh_{toTheWindow(), [this] { refresh(); }};
     QueuedCall queuedSettle_{toTheWindow(), [this] { settle(); }};
@@ -177,6 +179,8 @@ void VideoCanvas2::Impl::set(VideoPlayer* player) {
     seek(1);
 }
 
+// Without a player the controls are disabled, and nothing that the mouse does asks for these three.
+
 void VideoCanvas2::Impl::play(int fps) {
     if (player_)
         player_->play(fps);
@@ -239,6 +243,7 @@ void VideoCanvas2::Impl::onMouse(wxMouseEvent& event) {
 }
 
 void VideoCanvas2::Impl::onHold(wxTimerEvent&) {
+    // The end of the hold may have been told before the video was closed.
     // In this order: a seek that was pending has its position by the time it is not any more.
     const bool seekPending = player_ && player_->isSeekPending();
     const int64_t position = player_ ? player_->position() : 0;

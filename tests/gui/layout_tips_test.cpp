@@ -164,6 +164,21 @@ TEST_F(LayoutTips, NoneOpensOverAWindowThatIsDisabled) {
     EXPECT_FALSE(tips_->isOpen());
 }
 
+TEST_F(LayoutTips, NoneOpensOverAWindowThatIsHidden) {
+    tips_->update(tip_);
+    frame_->Hide();
+    wait(ui2::Tips::kDelayMilliseconds + 200);
+    EXPECT_FALSE(tips_->isOpen());
+}
+
+TEST_F(LayoutTips, OneThatTheSystemDestroysIsForgotten) {
+    ASSERT_TRUE(openTip());
+    tipWindow()->Destroy();
+    EXPECT_TRUE(test::runUntil([this] { return !tips_->isOpen(); }));
+    moveTo(200, 100);
+    ASSERT_TRUE(openTip()) << "and opens again";
+}
+
 TEST_F(LayoutTips, NothingOpensAfterTheWishIsGone) {
     tips_->update(tip_);
     tips_->update(std::nullopt);
