@@ -74,6 +74,11 @@ def close_to(colour, wanted, tolerance=12):
     return all(abs(a - b) <= tolerance for a, b in zip(colour, wanted))
 
 
+def is_empty(picture):
+    """True of the canvas without a video, and not before it has been painted."""
+    return close_to(picture.pixel(picture.width // 2, picture.height // 2), (32, 32, 32))
+
+
 class Screen:
     """An X server with a window manager."""
 

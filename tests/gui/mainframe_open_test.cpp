@@ -282,7 +282,9 @@ TEST_F(MainFrameOpen, RefusedDropsAreToldAndStackTheirBars) {
     EXPECT_FALSE(drop({"a.mp4", "b.mp4"}));
     EXPECT_FALSE(drop({"a.mkv"}));
     EXPECT_FALSE(drop({folder_.path().u8string()}));
+    EXPECT_FALSE(drop({}));
     EXPECT_THAT(bars(), testing::ElementsAre("Only one file at a time can be opened.",
+                                             "Only *.mp4 and *.mov files are supported.",
                                              "Only *.mp4 and *.mov files are supported.",
                                              "Only *.mp4 and *.mov files are supported."));
     expectNoVideo();

@@ -59,9 +59,7 @@ class Shell(menus.MenuTest):
         app.main_window()
         app.wait_log(r"^\[AI\]")
 
-        def is_empty(picture):
-            return driver.close_to(picture.pixel(picture.width // 2, picture.height // 2), (32, 32, 32))
-        app.wait_shot(is_empty, "the empty canvas")
+        app.wait_shot(driver.is_empty, "the empty canvas")
         before = app.still_shot()
         app.key("ctrl+e", "ctrl+u")
         app.key("ctrl+o")

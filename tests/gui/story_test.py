@@ -189,6 +189,7 @@ class Story(menus.MenuTest):
         app = self.start(home=home, env={name: places[name] for name in ("XDG_DATA_HOME", "TMPDIR")})
         app.main_window()
         app.wait_log(r"^\[AI\]")
+        app.wait_shot(driver.is_empty, "the empty canvas")
         self.station("started")
 
         # Open by dialog; the picture is as large as the video, so that every video pixel is a window pixel.
