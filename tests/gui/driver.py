@@ -206,6 +206,9 @@ class App:
             del self.env["LC_ALL"]
             self.env.update(LANG=locale, LC_MESSAGES="en_US.UTF-8")
         self.env.pop("LANGUAGE", None)
+        if "LC_ALL" in (env or {}):
+            for name in ("LANG", "LC_MESSAGES"):
+                self.env.pop(name, None)
         self.env.update(env or {})
         self.console_path = os.path.join(self.home, "console.txt")
         with open(self.console_path, "wb") as console:

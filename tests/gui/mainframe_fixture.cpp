@@ -78,7 +78,8 @@ VideoCanvas2& MainFrameTest::canvas() const {
 
 void MainFrameTest::openReady(const std::string& name) {
     frame_->openVideo(clip(name));
-    ASSERT_TRUE(runUntil([this] { return isReady(); })) << name;
+    // The player's thread still is in the callback that made it ready.
+    ASSERT_TRUE(runUntil([this] { return isReady() && !frame_->refusesVideos(); })) << name;
 }
 
 bool MainFrameTest::isReady() const {
