@@ -35,10 +35,15 @@ wxString codeOf(const wxString& canonicalName) {
     return canonicalName.BeforeFirst('_');
 }
 
-std::optional<wxString> libraryName(int32_t id) {
+/// Null for an identifier that the library does not know, or that stands for nothing here.
+const wxLanguageInfo* languageInfo(int32_t id) {
     // Asking for the system's language warns when the system lacks that locale.
     const wxLogNull quiet;
-    const wxLanguageInfo* language = wxLocale::GetLanguageInfo(id);
+    return wxLocale::GetLanguageInfo(id);
+}
+
+std::optional<wxString> libraryName(int32_t id) {
+    const wxLanguageInfo* language = languageInfo(id);
     return language ? std::optional<wxString>(language->CanonicalName) : std::nullopt;
 }
 
@@ -145,8 +150,7 @@ void applyLanguage(const Entry& entry) {
     // The catalogs of the language before are forgotten with the object that holds them.
     replaceTranslations(appresources::languagesFolder());
     replaceLocale(current);
-    const wxLogNull quiet;
-    const wxLanguageInfo* language = wxLocale::GetLanguageInfo(current);
+    const wxLanguageInfo* language = languageInfo(current);
     // Left to itself the library takes the first of the user's preferred languages instead, as in a German
     // system with LANGUAGE=en, where "Deutsch" could never be had.
     if (current == wxLANGUAGE_DEFAULT && language)

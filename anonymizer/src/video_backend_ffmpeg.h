@@ -42,8 +42,8 @@ struct StreamTraits {
 /// A packet that can't be decoded yields no frame and is no error: it never does, so the numbers stay those
 /// of the index. Once a frame may be missing that another reading delivers (the disk fails, there is no
 /// memory, reading was interrupted, a file that grows had its end too early) `next` returns false until the
-/// next `seek` that succeeds, or `open`: no picture comes under another one's number. Frames that share their decode timestamp are told apart by their
-/// order.
+/// next `seek` that succeeds, or `open`: no picture comes under another one's number. Frames that share their
+/// decode timestamp are told apart by their order.
 ///
 /// A stream that changes its picture size on the way is delivered in the size of its header: `convert` scales
 /// every frame from the size and pixel format it really has to the target's.
