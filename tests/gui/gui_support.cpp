@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include <gtest/gtest.h>
 #include <wx/app.h>
 #include <wx/evtloop.h>
 #include <wx/filedlg.h>
@@ -70,6 +71,10 @@ void DialogAnswers::onOther(std::function<int(wxDialog*)> answer) {
 int DialogAnswers::Enter(wxDialog* dialog) {
     if (auto* box = dynamic_cast<wxMessageDialog*>(dialog)) {
         boxes.push_back((box->GetTitle() + ": " + box->GetMessage()).utf8_string());
+        boxStyles.push_back(box->GetMessageDialogStyle());
+        if (box->GetTitle() == "Error") {
+            EXPECT_EQ(boxStyles.back() & (wxICON_MASK | wxYES_NO), wxICON_ERROR) << boxes.back();
+        }
         advice.push_back(box->GetExtendedMessage().utf8_string());
         return answer_;
     }

@@ -20,7 +20,8 @@ void runPending();
 /// Called with the application's top window whenever anybody asks for that; empty unless a test sets it.
 extern std::function<void(const wxWindow* top)> whenTheTopWindowIsAskedFor;
 
-/// Answers every modal dialog while it lives instead of showing it, and remembers what it said.
+/// Answers every modal dialog while it lives instead of showing it, and remembers what it said. A box with the
+/// caption "Error" that lacks the error's icon is a failure.
 class DialogAnswers : public wxModalDialogHook {
 public:
     /// Message boxes get OK, or `answer`; file dialogs are cancelled unless a file is given.
@@ -36,6 +37,8 @@ public:
 
     /// "caption: message" of the message boxes so far.
     std::vector<std::string> boxes;
+    /// Their style bits (wxOK, wxICON_ERROR, …).
+    std::vector<long> boxStyles;
     /// The second text of each message box, below the message; empty for those without.
     std::vector<std::string> advice;
     /// Title, folder, wildcard and filter index of the file dialogs so far, joined by "; ".

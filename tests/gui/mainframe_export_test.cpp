@@ -88,10 +88,21 @@ TEST_F(MainFrameExport, AFileThatTheAddedEndingMeetsIsReplacedOnlyWhenTheUserAgr
         test::DialogAnswers no(wxID_NO);
         no.chooseFile(wxString::FromUTF8(folder_.file("out")), 0);
         command(commands::kExport);
-        EXPECT_EQ(no.boxes.size(), 1u);
+        EXPECT_THAT(no.boxes,
+                    testing::ElementsAre("Export video file: The file " + folder_.file("out.mp4") +
+                                         " already exists. Do you want to replace it?"));
+        EXPECT_THAT(no.boxStyles, testing::ElementsAre(wxYES_NO | wxNO_DEFAULT | wxICON_WARNING));
     }
     EXPECT_FALSE(frame_->refusesVideos());
     EXPECT_EQ(test::readFile(folder_.file("out.mp4")), "precious");
+    {
+        test::DialogAnswers yes(wxID_YES);
+        yes.chooseFile(wxString::FromUTF8(folder_.file("out")), 0);
+        command(commands::kExport);
+        EXPECT_EQ(yes.boxes.size(), 1u);
+        waitForTheWorker();
+    }
+    EXPECT_GT(fs::file_size(folder_.path() / "out.mp4"), 1000u);
 }
 
 TEST_F(MainFrameExport, TheMovTypeIsPreselectedForAMovVideo) {

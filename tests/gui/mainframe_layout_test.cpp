@@ -9,6 +9,7 @@
 // The generic bar's header needs the one above.
 #include <wx/generic/infobar.h>
 #include <wx/panel.h>
+#include <wx/sizer.h>
 
 #include "hints.h"
 #include "languages.h"
@@ -160,6 +161,25 @@ TEST_F(MainFrameLayout, ALongMessageLeavesRoomForTheCloseButtonAtEveryWidth) {
         EXPECT_LE(text->GetRect().GetRight(), button->GetRect().x) << width;
         EXPECT_LE(text->GetRect().GetBottom(), bar.GetClientSize().y) << width;
     }
+}
+
+TEST_F(MainFrameLayout, PictureAndHintAreLightOnDarkOneAboveTheOther) {
+    const wxColour dark(32, 32, 32);
+    const wxWindow& panel = *hintLine().GetParent();
+    EXPECT_EQ(frame_->GetBackgroundColour(), dark);
+    EXPECT_EQ(panel.GetBackgroundColour(), dark);
+    EXPECT_EQ(hintLine().GetForegroundColour(), *wxWHITE);
+    EXPECT_TRUE(panel.HasFlag(wxTAB_TRAVERSAL));
+    EXPECT_EQ(panel.GetWindowStyleFlag() & wxBORDER_MASK, wxBORDER_NONE);
+    const wxSizerItemList& items = frame_->GetSizer()->GetChildren();
+    ASSERT_EQ(items.size(), 2u);
+    EXPECT_EQ(items[0]->GetWindow(), &canvas());
+    EXPECT_EQ(items[0]->GetProportion(), 1);
+    EXPECT_EQ(items[0]->GetFlag(), wxEXPAND);
+    EXPECT_EQ(items[1]->GetWindow(), &panel);
+    EXPECT_EQ(items[1]->GetProportion(), 0);
+    EXPECT_EQ(items[1]->GetFlag(), wxEXPAND | wxALL);
+    EXPECT_EQ(items[1]->GetBorder(), 8);
 }
 
 TEST_F(MainFrameLayout, TheHintGoesToTheMainWindowOnly) {
