@@ -74,6 +74,7 @@ wxThread::ExitCode AiWorker::Entry() {
     std::shared_ptr<Decoder_ffmpeg> decoder;
     bool opened = false;
     guarded([&] {
+        // Only without memory is there none afterwards.
         decoder = std::make_shared<Decoder_ffmpeg>();
         decoder->setInterrupt(&interrupt);
         // A decoder that failed to open delivers no frames.

@@ -39,6 +39,7 @@ void chooseLanguage(wxWindow* parent) {
     if (dialog.ShowModal() != wxID_OK || dialog.GetSelection() == wxNOT_FOUND)
         return;
     languages::applyLanguage(entries[static_cast<size_t>(dialog.GetSelection())]);
+    // Always, now that one was applied.
     if (languages::languageChosen()) {
         settings::writeBool(settings::kUserLanguage, true);
         settings::writeInt(settings::kLanguage, languages::currentLanguage());

@@ -57,7 +57,8 @@ std::string contentOf(const wxString& path) {
     return content;
 }
 
-/// Without its catalog the texts are English.
+/// Without its catalog the texts are English. There is no language unknown to the library (null) for which it
+/// takes a catalog.
 wxLayoutDirection directionOfTexts(bool hasCatalog, const wxLanguageInfo* language) {
     return hasCatalog && language ? language->LayoutDirection : wxLayout_LeftToRight;
 }

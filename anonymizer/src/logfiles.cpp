@@ -45,7 +45,8 @@ wxString textFrom(const fs::path& path) {
     constexpr wxUint32 kLastCharacter = 0x10FFFF;
     std::string bytes = path.u8string();
     const wxString text = wxString::FromUTF8(bytes);
-    // The library takes sequences of five bytes for characters, and then asserts that there are none.
+    // The library takes sequences beyond the last character for characters, and then asserts that there are
+    // none.
     if (!text.empty() && std::all_of(text.begin(), text.end(), [](const wxUniChar& character) {
             return character.GetValue() <= kLastCharacter;
         }))
@@ -62,6 +63,7 @@ std::optional<std::vector<LogFile>> listLogFiles(const wxString& folder) {
     if (failed)
         return std::nullopt;
     std::vector<LogFile> files;
+    // Of a folder that breaks off in between, on a disk that fails, what was read counts.
     for (; !failed && entry != fs::directory_iterator(); entry.increment(failed)) {
         std::error_code ignored;
         const fs::path& path = entry->path();
@@ -85,6 +87,7 @@ std::optional<std::vector<LogFile>> listLogFiles(const wxString& folder) {
     }
     char time[32] = "";
     const std::time_t now = std::time(nullptr);
+    // Null for years that no number holds.
     if (const std::tm* local = std::localtime(&now))
         std::strftime(time, sizeof time, kTimeStamp, local);
     std::FILE* target = logFile ? logFile.load() : stderr;

@@ -184,7 +184,7 @@ int MainFrame::barsHeight() const {
 
 void MainFrame::fitBars() {
     const int width = GetClientSize().x;
-    if (width == barsWidth_ || !isLaidOut())
+    if (width == barsWidth_)
         return;
     barsWidth_ = width;
     for (const Bar& bar : bars_)

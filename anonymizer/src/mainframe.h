@@ -121,7 +121,7 @@ private:
     bool isLaidOut() const;
     /// Pixels that the bars under the picture take.
     int barsHeight() const;
-    /// Breaks the bars' texts for the window's width.
+    /// Breaks the bars' texts for the window's width, which is a real one.
     void fitBars();
     void fitBar(const Bar& bar);
     void addBar(const wxString& text, int icon, bool aboutVideo);

@@ -122,6 +122,7 @@ void MainFrame::exportTo(const wxString& outputPath) {
     if (worker->Run() == wxTHREAD_NO_ERROR) {
         worker.release();
         export_ = running;
+        // Asked for while the dialog came up.
         if (exportStopped_)
             export_->stop();
         return;

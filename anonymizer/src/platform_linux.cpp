@@ -44,6 +44,7 @@ Function loadedFunction(const char* name) {
 std::vector<int> heededStopSignals() {
     std::vector<int> signals;
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        // The system knows these three: asking can't fail.
         struct sigaction action = {};
         if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
             signals.push_back(signal);
@@ -123,6 +124,7 @@ FolderLock::FolderLock(const wxString& folder) : handle_(openFolder(folder)) {
     for (;;) {
         if (flock(file, LOCK_EX | LOCK_NB) == 0)
             return;
+        // Other than these two: a file system, of another machine mostly, that knows no locks.
         if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() >= deadline)
             break;
         std::this_thread::sleep_for(kLockPoll);
@@ -157,6 +159,7 @@ void setTextEncoding() {
 }
 
 char32_t toUpper(char32_t character) {
+    // There is none on systems that came without that locale.
     static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
     return unicode ? static_cast<char32_t>(towupper_l(static_cast<wint_t>(character), unicode)) : character;
 }
@@ -204,6 +207,7 @@ bool setSwapInterval(int interval) {
     const auto extensionsOf = loadedFunction<const char* (*)(void*, int)>("glXQueryExtensionsString");
     using Procedure = void (*)();
     const auto procedure = loadedFunction<Procedure (*)(const char*)>("glXGetProcAddressARB");
+    // All or none of them are there: none in a process without this window system's OpenGL.
     if (!currentDisplay || !currentContext || !currentDrawable || !queryContext || !extensionsOf ||
         !procedure)
         return false;
@@ -247,6 +251,7 @@ void reportEveryMotion(void* nativeWindow) {
     const auto windowOf = loadedFunction<void* (*)(void*)>("gtk_widget_get_window");
     const auto eventsOf = loadedFunction<int (*)(void*)>("gdk_window_get_events");
     const auto setEvents = loadedFunction<void (*)(void*, int)>("gdk_window_set_events");
+    // The functions are there in every process that has such a window.
     if (!nativeWindow || !windowOf || !eventsOf || !setEvents)
         return;
     if (void* const window = windowOf(nativeWindow))
@@ -255,6 +260,7 @@ void reportEveryMotion(void* nativeWindow) {
 
 void leaveEventsToOthers(void* nativePopup) {
     const auto removeGrab = loadedFunction<void (*)(void*)>("gtk_grab_remove");
+    // The function is there in every process that has such a popup.
     if (nativePopup && removeGrab)
         removeGrab(nativePopup);
 }
@@ -269,6 +275,7 @@ void catchStopSignals(void (*handler)(int)) {
 }
 
 void onStopSignals(void (*handler)(int)) {
+    // Null only before the GUI library has started.
     if (auto* const application = wxAppConsole::GetInstance())
         for (const int signal : heededStopSignals())
             application->SetSignalHandler(signal, handler);

@@ -288,8 +288,12 @@ void writeFirstRunDefaults() {
     change([](wxFileConfig& config) {
         if (wxFileName::FileExists(configPath()))
             return false;
-        return config.Write(kGpu, true) && config.Write(kPreblurSeconds, 1L) &&
-               config.Write(kUserLanguage, false) && config.Write(kLanguage, 0L);
+        // In memory, under names like these, that can't fail.
+        config.Write(kGpu, true);
+        config.Write(kPreblurSeconds, 1L);
+        config.Write(kUserLanguage, false);
+        config.Write(kLanguage, 0L);
+        return true;
     });
 }
 

@@ -433,6 +433,21 @@ TEST_F(AiWorkerPass, FramesThatCannotBeConvertedAreReportedAsFailed) {
         << "they count like the others";
 }
 
+TEST_F(AiWorkerPass, NeedsNeitherCallbackNorReport) {
+    install("hit 9 10 20 30 40 0.5 0\n");
+    std::promise<void> finished;
+    progress.onCall = [&](const ProgressCall& call) {
+        if (call.kind == ProgressCall::kFinish)
+            finished.set_value();
+    };
+    auto* worker = new AiWorker(source, &progress); // deletes itself
+    worker->setOverrides(noPreblur());
+    ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
+    test::waitFor(finished.get_future());
+    EXPECT_TRUE(workerend::wait(test::kPatience));
+    EXPECT_EQ(storedCount(), 1u);
+}
+
 TEST_F(AiWorkerPass, ADescriptionOfNothingIsSurvived) {
     install("hit 0 10 20 30 40 0.5 0\n");
     test::runPass(video::VideoInfo(), progress, AiOverrides());

@@ -53,6 +53,13 @@ TEST(DraftFile, LiesBesideAPlaceWithANameOfAnotherEncoding) {
     EXPECT_TRUE(fs::is_regular_file(pathOf(draft)));
 }
 
+TEST(DraftFile, ALinkInACircleIsItsOwnPlace) {
+    const test::TempFolder folder;
+    const std::string circle = folder.file("circle");
+    fs::create_symlink("circle", fs::u8path(circle));
+    EXPECT_EQ(platform::fileName(draftfile::placeOf(platform::fileNameText(circle))), circle);
+}
+
 TEST(DraftFile, NothingStaysOfOneThatCannotHaveTheReplacedFilesPermissions) {
     const test::TempFolder folder;
     const fs::path place = folder.path() / "circle";

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -24,6 +25,10 @@ namespace {
 
 struct FakeGlx {
     bool current = false;
+    bool hasContext = true;
+    bool hasDrawable = true;
+    bool knowsItsScreen = true;
+    bool hasFunctions = true;
     const char* extensions = "";
     std::string setBy;
     int interval = 0;
@@ -98,15 +103,15 @@ void* glXGetCurrentDisplay() {
     return glx.current ? &display : nullptr;
 }
 void* glXGetCurrentContext() {
-    return glx.current ? &context : nullptr;
+    return glx.current && glx.hasContext ? &context : nullptr;
 }
 unsigned long glXGetCurrentDrawable() {
-    return glx.current ? 7 : 0;
+    return glx.current && glx.hasDrawable ? 7 : 0;
 }
 int glXQueryContext(void*, void*, int attribute, int* value) {
     EXPECT_EQ(attribute, 0x800C);
     *value = 3;
-    return 0;
+    return glx.knowsItsScreen ? 0 : 5;
 }
 const char* glXQueryExtensionsString(void*, int screen) {
     EXPECT_EQ(screen, 3);
@@ -114,6 +119,8 @@ const char* glXQueryExtensionsString(void*, int screen) {
 }
 void (*glXGetProcAddressARB(const char* name))() {
     using Procedure = void (*)();
+    if (!glx.hasFunctions)
+        return nullptr;
     if (std::strcmp(name, "glXSwapIntervalEXT") == 0)
         return reinterpret_cast<Procedure>(setExt);
     if (std::strcmp(name, "glXSwapIntervalMESA") == 0)
@@ -165,6 +172,23 @@ TEST_F(SwapInterval, IsRefusedWithoutACurrentContext) {
     EXPECT_EQ(glx.setBy, "");
 }
 
+TEST_F(SwapInterval, IsRefusedForHalfAContext) {
+    for (bool FakeGlx::*part :
+         {&FakeGlx::hasContext, &FakeGlx::hasDrawable, &FakeGlx::knowsItsScreen, &FakeGlx::hasFunctions}) {
+        glx = FakeGlx();
+        glx.current = true;
+        glx.extensions = "GLX_SGI_swap_control GLX_MESA_swap_control GLX_EXT_swap_control";
+        glx.*part = false;
+        EXPECT_FALSE(platform::setSwapInterval(1));
+        EXPECT_EQ(glx.setBy, "");
+    }
+}
+
+TEST_F(SwapInterval, IsRefusedWhereNothingIsKnownOfExtensions) {
+    glx.extensions = nullptr;
+    EXPECT_FALSE(platform::setSwapInterval(1));
+}
+
 TEST_F(SwapInterval, IsSetByTheDrawablesExtensionFirst) {
     glx.extensions = "GLX_SGI_swap_control GLX_MESA_swap_control GLX_EXT_swap_control";
     EXPECT_TRUE(platform::setSwapInterval(1));
@@ -191,6 +215,57 @@ TEST_F(SwapInterval, ReportsTheExtensionsRefusal) {
     glx.extensions = "GLX_MESA_swap_control";
     glx.mesaResult = 5;
     EXPECT_FALSE(platform::setSwapInterval(1));
+}
+
+TEST(PlatformProcess, AsksForTheWindowSystemThatOpenGlNeeds) {
+    const test::Environment backEnd("GDK_BACKEND", "another");
+    {
+        const test::Environment none("WAYLAND_DISPLAY", "");
+        unsetenv("WAYLAND_DISPLAY");
+        platform::prepareProcess();
+        EXPECT_STREQ(std::getenv("GDK_BACKEND"), "another");
+    }
+    const test::Environment wayland("WAYLAND_DISPLAY", "wayland-0");
+    platform::prepareProcess();
+    EXPECT_STREQ(std::getenv("GDK_BACKEND"), "x11");
+}
+
+TEST(PlatformFiles, PermissionsOfAMissingFileOrToAMissingFileAreNotCopied) {
+    const test::TempFolder folder;
+    const wxString file = wxString::FromUTF8(folder.write("file", ""));
+    const wxString missing = wxString::FromUTF8(folder.file("missing"));
+    EXPECT_FALSE(platform::copyPermissions(missing, file));
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_FALSE(platform::copyPermissions(file, missing));
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST(PlatformFiles, PermissionsOfAFileOfSomebodyElseCannotBeChanged) {
+    const test::TempFolder folder;
+    const std::string from = folder.write("from", "");
+    const std::string to = folder.write("to", "");
+    chmod(from.c_str(), 0640);
+    chmod(to.c_str(), 0600);
+    chmod(folder.path().c_str(), 0755);
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only the administrator can become somebody else";
+    const test::WithoutPrivileges user;
+    EXPECT_FALSE(platform::copyPermissions(wxString::FromUTF8(from), wxString::FromUTF8(to)));
+    struct stat now = {};
+    ASSERT_EQ(stat(to.c_str(), &now), 0);
+    EXPECT_EQ(now.st_mode & 0777, 0600u);
+}
+
+TEST(PlatformFiles, AFileThatMayOnlyBeWrittenIsSyncedToo) {
+    const test::TempFolder folder;
+    chmod(folder.path().c_str(), 0777);
+    const test::WithoutPrivileges user;
+    const wxString file = wxString::FromUTF8(folder.file("file"));
+    ASSERT_TRUE(platform::createFile(file));
+    chmod(folder.file("file").c_str(), 0200);
+    EXPECT_TRUE(platform::syncToDisk(file));
+    chmod(folder.file("file").c_str(), 0);
+    EXPECT_FALSE(platform::syncToDisk(file));
 }
 
 TEST(StopSignals, WakeAProcessThatWaitsForAPipe) {

@@ -209,8 +209,9 @@ TEST_F(Settings, HandEditedNumbersArePassedOnAsTheyStand) {
 }
 
 TEST_F(Settings, ValuesThatAreNoNumberReadZero) {
-    writeIni("preblursec=three\nlang=99999999999\ngpu=yes\nuserlang=\n");
+    writeIni("preblursec=three\nlang=99999999999\ngpu=yes\nuserlang=\nless=-99999999999\n");
     EXPECT_EQ(settings::readInt("preblursec"), 0);
+    EXPECT_EQ(settings::readInt("less"), 0);
     EXPECT_EQ(settings::readInt("lang"), 0);
     EXPECT_FALSE(settings::readBool("gpu"));
     EXPECT_FALSE(settings::readBool("userlang"));
@@ -301,23 +302,52 @@ TEST_F(Settings, TabsAreBlanksAndKept) {
 
 TEST_F(Settings, AGroupThatBeginsTwiceIsReadAsOne) {
     const test::LogCapture log;
-    writeIni("lang=58\n[other]\nfirst=1\n[..]\n[.]\n[third]\n[Other]\nsecond=2\n");
-    EXPECT_EQ(settings::readInt("lang"), 58);
-    EXPECT_EQ(settings::readInt("/other/first"), 1);
-    EXPECT_EQ(settings::readInt("/other/second"), 2);
-    settings::writeInt("preblursec", 3);
-    EXPECT_EQ(settings::readInt("preblursec"), 3);
-    EXPECT_EQ(settings::readInt("lang"), 58);
-    EXPECT_EQ(settings::readInt("/other/second"), 2);
+    for (const std::string damaged : {"", "[..]\n[.]\n"}) {
+        writeIni("lang=58\n[other]\nfirst=1\n" + damaged + "[third]\n[Other]\nsecond=2\n");
+        EXPECT_EQ(settings::readInt("lang"), 58);
+        EXPECT_EQ(settings::readInt("/other/first"), 1);
+        EXPECT_EQ(settings::readInt("/other/second"), 2);
+        settings::writeInt("preblursec", 3);
+        EXPECT_EQ(settings::readInt("preblursec"), 3);
+        EXPECT_EQ(settings::readInt("lang"), 58);
+        EXPECT_EQ(settings::readInt("/other/second"), 2);
+    }
     EXPECT_TRUE(log.lines().empty());
 }
 
 TEST_F(Settings, CommentsAndForeignKeysAreKept) {
-    writeIni("# mine\ncolour=blue\nlang=1\n[other]\nlang=7\n");
+    writeIni("# mine\n; too\ncolour=blue\nlang=1\nwindow_2-x.y=5\n[other]\nlang=7\n");
     settings::writeInt("lang", 2);
     settings::writeInt("preblursec", 3);
     EXPECT_EQ(settings::readInt("preblursec"), 3);
-    EXPECT_EQ(ini(), "# mine\ncolour=blue\nlang=2\npreblursec=3\n[other]\nlang=7\n");
+    EXPECT_EQ(ini(),
+              "# mine\n; too\ncolour=blue\nlang=2\nwindow_2-x.y=5\npreblursec=3\n[other]\nlang=7\n");
+}
+
+TEST_F(Settings, KeysThatTheLibraryDoesNotKnowAreDamagedLines) {
+    const test::LogCapture log;
+    writeIni("gr\u00f6\u00dfe=1\npreblursec=4\n");
+    EXPECT_EQ(settings::readInt("preblursec"), 4);
+    settings::writeInt("lang", 2);
+    EXPECT_EQ(ini(), "preblursec=4\nlang=2\n");
+    EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(Settings, AFileThatMayNotBeReadIsSilentlyLeftAlone) {
+    settings::writeInt("lang", 58);
+    fs::permissions(root_.path(), fs::perms::all);
+    fs::permissions(root_.path() / "Tarvex Shroud", fs::perms::all);
+    fs::permissions(iniPath(), fs::perms::none);
+    {
+        const test::LogCapture log;
+        const test::WithoutPrivileges user;
+        EXPECT_EQ(settings::readInt("lang"), 0);
+        settings::writeInt("preblursec", 3);
+        settings::writeFirstRunDefaults();
+        EXPECT_TRUE(log.lines().empty());
+    }
+    EXPECT_EQ(ini(), "lang=58\n");
+    EXPECT_EQ(filesInFolder(), 1u);
 }
 
 TEST_F(Settings, SurviveAReadOnlyFolder) {

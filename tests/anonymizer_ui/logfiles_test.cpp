@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -73,6 +74,10 @@ void fail() {
     throw std::runtime_error("out of film");
 }
 
+void failOddly() {
+    throw 42;
+}
+
 } // namespace
 
 TEST(LogFileName, IsTheLocalTimeWithoutColons) {
@@ -133,15 +138,17 @@ TEST_F(LogPruning, OtherFilesSubFoldersAndHiddenFilesAreLeftAlone) {
 
 TEST_F(LogPruning, AFileWhoseNameIsNoTextIsPrunedLikeTheOthers) {
     makeLogs(10);
-    // A character of five bytes, as UTF-8 once allowed.
-    const std::string odd = "run\xf8\x88\x80\x80\x80.log";
-    makeLog(odd, std::chrono::hours(-1000));
+    // A character of five bytes, as UTF-8 once allowed, and one beyond the last there is.
+    const std::string odd[] = {"run\xf8\x88\x80\x80\x80.log", "run\xf4\x90\x80\x80.log"};
+    for (const std::string& file : odd)
+        makeLog(file, std::chrono::hours(-1000));
     delOldLogFiles(folder(), path(name(9)));
-    EXPECT_FALSE(exists(odd));
+    for (const std::string& file : odd)
+        EXPECT_FALSE(exists(file));
     EXPECT_EQ(countLogs(), 10);
-    EXPECT_THAT(log_.lines(wxLOG_Message),
-                testing::ElementsAre(testing::StartsWith("Deleted old log file: " + folder_.file("run"))));
-    EXPECT_EQ(log_.lines().size(), 1u);
+    EXPECT_THAT(log_.lines(), testing::UnorderedElementsAre(
+                                  "Deleted old log file: " + folder_.file("run?????.log"),
+                                  "Deleted old log file: " + folder_.file("run????.log")));
 }
 
 TEST_F(LogPruning, AFileThatCannotBeRemovedIsToldAndDoesNotStopTheOthers) {
@@ -236,6 +243,22 @@ TEST(LogTarget, AnUncaughtExceptionLeavesALineAndEndsTheProcess) {
             []() noexcept { fail(); }();
         },
         "Error: Unhandled exception: out of film");
+}
+
+TEST(LogTarget, EveryOtherUnorderlyEndLeavesALineToo) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_DEATH(
+        {
+            logfiles::logUnhandledExceptions();
+            []() noexcept { failOddly(); }();
+        },
+        "Error: Unhandled exception: of an unknown kind");
+    EXPECT_DEATH(
+        {
+            logfiles::logUnhandledExceptions();
+            std::terminate();
+        },
+        "Error: Unhandled exception: none under way");
 }
 
 TEST(LogTarget, ThatLineIsInTheRunsFile) {

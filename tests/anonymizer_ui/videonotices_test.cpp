@@ -31,6 +31,14 @@ TEST(VideoNotices, CellsOfOnePixelAreTold) {
     EXPECT_TRUE(noticesFor(info, false).empty());
 }
 
+TEST(VideoNotices, AVideoWithoutASizeIsNotCalledTooSmall) {
+    video::VideoInfo info = evenVideo();
+    info.height = 0;
+    EXPECT_TRUE(noticesFor(info, false).empty());
+    info.width = 0;
+    EXPECT_TRUE(noticesFor(info, false).empty());
+}
+
 TEST(VideoNotices, UnevenlySpacedFramesAreToldWithTheRateInForce) {
     video::VideoInfo info = evenVideo();
     info.fps = 60;

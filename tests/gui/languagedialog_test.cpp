@@ -36,8 +36,8 @@ protected:
     }
     static std::string config() { return settings::configPath().utf8_string(); }
 
-    /// Shows the dialog; the user chooses `name`, or cancels when it is empty.
-    void choose(const std::string& name) {
+    /// Shows the dialog; the user chooses `name`, or cancels when it is empty, or answers so without a choice.
+    void choose(const std::string& name, int withoutChoice = wxID_CANCEL) {
         test::DialogAnswers answers;
         answers.onOther([&](wxDialog* dialog) {
             auto* list = dynamic_cast<wxSingleChoiceDialog*>(dialog);
@@ -54,7 +54,7 @@ protected:
                 if (const wxWindow* button = dialog->FindWindow(id))
                     buttons_.push_back(button->GetLabel());
             if (name.empty())
-                return static_cast<int>(wxID_CANCEL);
+                return withoutChoice;
             list->SetSelection(box->FindString(wxString::FromUTF8(name)));
             return static_cast<int>(wxID_OK);
         });
@@ -119,8 +119,11 @@ TEST_F(LanguageDialog, EnglishCanBeTakenBack) {
 
 TEST_F(LanguageDialog, NothingIsSelectedWhenTheLanguageInForceIsNotOffered) {
     languages::applyLanguage({"", wxLANGUAGE_ZULU});
-    choose({});
+    const std::string before = test::readFile(config());
+    choose({}, wxID_OK);
     EXPECT_EQ(selected_, "");
+    EXPECT_EQ(languages::currentLanguage(), wxLANGUAGE_ZULU);
+    EXPECT_EQ(test::readFile(config()), before);
 }
 
 TEST_F(LanguageDialog, NoTwoButtonsHaveTheSameLetterInAnyLanguage) {

@@ -12,6 +12,7 @@
 
 #include "ai_doriq.h"
 #include "anonymizer.h"
+#include "canvas_hand.h"
 #include "commands.h"
 #include "filedroptarget.h"
 #include "support/ai_folder.h"
@@ -223,6 +224,20 @@ TEST_F(MainFrameDetection, AWindowThatHasToCloseEndsTheProgramInGoodOrderBeforeT
             std::_Exit(1);
         },
         testing::ExitedWithCode(0), testing::Not(testing::HasSubstr("clean up")));
+}
+
+TEST_F(MainFrameDetection, APressOfTheButtonIsForgottenWithItsVideo) {
+    openWith("hit 3 10 20 60 60 0.9 0\n");
+    const auto press = [this] { test::click(canvas(), test::aiButton(canvas())); };
+    press();
+    openReady("plain.mp4");
+    test::runPending();
+    EXPECT_FALSE(frame_->refusesVideos());
+    EXPECT_THAT(ai_.fakeCalls(), IsEmpty());
+    press();
+    ASSERT_TRUE(test::runUntil([this] { return frame_->refusesVideos(); }));
+    waitForTheEnd();
+    EXPECT_GT(blurCount(), 0u);
 }
 
 TEST_F(MainFrameDetection, APassThatCannotBeStartedIsAnErrorAndGivesTheWindowBack) {

@@ -8,7 +8,9 @@
 
 #include <gmock/gmock.h>
 #include <wx/app.h>
+#include <wx/dialog.h>
 #include <wx/event.h>
+#include <wx/eventfilter.h>
 #include <wx/weakref.h>
 
 #include "commands.h"
@@ -251,6 +253,9 @@ TEST_F(MainFrameExport, AVideoOpenedWhileTheNameIsChosenIsNotExported) {
 TEST_F(MainFrameExport, NothingIsExportedBeforeTheVideoIsReady) {
     frame_->openVideo(clip("gop_250.mp4"));
     frame_->exportTo(wxString::FromUTF8(folder_.file("out.mp4")));
+    wxCommandEvent accelerator(wxEVT_MENU, commands::kExport);
+    frame_->GetEventHandler()->ProcessEvent(accelerator);
+    EXPECT_TRUE(dialogs_.fileDialogs.empty());
     EXPECT_TRUE(test::runUntil([this] { return isReady(); }));
     test::runPending();
     EXPECT_TRUE(frame_->IsEnabled());
@@ -278,6 +283,42 @@ TEST_F(MainFrameExport, AWindowThatHasToCloseStopsTheWorkerAndGoesOnceItsFileIsC
     makeWindow();
     openReady("odd_321x181.mp4");
     EXPECT_TRUE(test::runUntil([this] { return log_.contains("[VideoExportThread] Thread destroyed"); }));
+}
+
+TEST_F(MainFrameExport, AWindowMayHaveToCloseWhileTheProgressComesUp) {
+    /// Closes the window when its first dialog is shown.
+    class Closing : public wxEventFilter {
+    public:
+        explicit Closing(wxWindow& window) : window_(window) { wxEvtHandler::AddFilter(this); }
+        ~Closing() override { wxEvtHandler::RemoveFilter(this); }
+        int FilterEvent(wxEvent& event) override {
+            if (event.GetEventType() == wxEVT_SHOW && !closed &&
+                dynamic_cast<wxDialog*>(event.GetEventObject())) {
+                closed = true;
+                window_.Close(true);
+            }
+            return Event_Skip;
+        }
+        bool closed = false;
+
+    private:
+        wxWindow& window_;
+    };
+    openReady("gop_250.mp4");
+    const std::string output = folder_.file("out.mp4");
+    const wxWeakRef<wxWindow> window(frame_);
+    {
+        // The worker can't come to its end meanwhile.
+        const HeldStore held;
+        const Closing closing(*frame_);
+        frame_->exportTo(wxString::FromUTF8(output));
+        EXPECT_TRUE(closing.closed);
+        EXPECT_FALSE(wxPendingDelete.Member(frame_)) << "the file has no index yet";
+    }
+    ASSERT_TRUE(test::runUntil([&] { return !window; }));
+    EXPECT_THAT(test::readFile(output), testing::HasSubstr("moov")) << "its index";
+    EXPECT_LT(fs::file_size(fs::u8path(output)), 20000u) << "stopped at once";
+    makeWindow();
 }
 
 TEST_F(MainFrameExport, AWindowThatHasToCloseDoesNotWaitForABox) {

@@ -182,6 +182,24 @@ TEST_F(MainFrameLayout, PictureAndHintAreLightOnDarkOneAboveTheOther) {
     EXPECT_EQ(items[1]->GetBorder(), 8);
 }
 
+TEST_F(MainFrameLayout, AMessageInAWindowWithoutARealSizeIsFittedWhenItHasOne) {
+    frame_->Destroy();
+    test::runPending();
+    frame_ = new MainFrame("Tarvex Shroud", wxDefaultPosition, wxSize(800, 580));
+    frame_->SetMinSize(wxDefaultSize);
+    frame_->SetSize(40, 40);
+    const std::string message = "This message is longer than what fits into one line of a small window.";
+    frame_->showInfoBar(wxString::FromUTF8(message));
+    EXPECT_EQ(childOf<wxStaticText>(*barWindows().at(0))->GetLabelText().utf8_string(), message);
+    frame_->SetSize(300, 400);
+    frame_->Show();
+    EXPECT_TRUE(test::runUntil([&] {
+        const auto* text = childOf<wxStaticText>(*barWindows().at(0));
+        return text->GetLabelText().Contains("\n") &&
+               text->GetRect().GetRight() <= frame_->GetClientSize().x;
+    }));
+}
+
 TEST_F(MainFrameLayout, TheHintGoesToTheMainWindowOnly) {
     const std::string before = hint();
     auto* other = new wxFrame(nullptr, wxID_ANY, "Other");

@@ -205,6 +205,33 @@ TEST_F(MainFrameMenu, AHandEditedPreblurShowsTheFirstItemAndStays) {
     }
 }
 
+TEST_F(MainFrameMenu, ASwitchWithoutAnItemShowsTheFirstItemAndStays) {
+    switches::confidenceThreshold = 55;
+    switches::playbackSpeed = 2;
+    frame_->Destroy();
+    test::runPending();
+    makeWindow();
+    openReady("plain.mp4");
+    EXPECT_TRUE(item(*commands::thresholdItem(10))->IsChecked());
+    EXPECT_TRUE(item(commands::kSpeed1x)->IsChecked());
+    EXPECT_EQ(switches::confidenceThreshold, 55);
+    EXPECT_EQ(switches::playbackSpeed, 2);
+}
+
+TEST_F(MainFrameMenu, NumbersBetweenTheItemsChooseNothing) {
+    const std::string before = test::readFile(settings::configPath().utf8_string());
+    for (int id = commands::kFirstPreblur; id <= commands::kSpeed4x; ++id)
+        if (!frame_->GetMenuBar()->FindItem(id)) {
+            wxCommandEvent event(wxEVT_MENU, id);
+            frame_->GetEventHandler()->ProcessEvent(event);
+        }
+    EXPECT_EQ(test::readFile(settings::configPath().utf8_string()), before);
+    EXPECT_EQ(switches::confidenceThreshold, 50);
+    EXPECT_EQ(switches::editingMode, switches::kBlurMode);
+    EXPECT_EQ(switches::playbackSpeed, 1);
+    EXPECT_EQ(switches::hintState, kHintNoVideo);
+}
+
 TEST_F(MainFrameMenu, TheHintLineShowsAmpersands) {
     setHint("Drag & drop a && b");
     EXPECT_EQ(hint(), "Drag & drop a && b");
