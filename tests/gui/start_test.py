@@ -185,10 +185,13 @@ class Start(menus.MenuTest):
         app = self.start_program(program, env={"LANGUAGE": "de", "LC_ALL": "C.UTF-8"})
         app.main_window()
         app.wait_log(r"^\[VideoPlayerThread\] created")
+        # There is nothing but the catalog beside this program.
+        app.wait_log(r"^\[MainFrame\] No window icon at %s/Resources/Icons/tarvex_shroud.ico$" % folder)
         steps = [re.search(r"Could not find Doriq|\[Languages\] Damaged catalog|VideoPlayerThread\] created", line)
                  for line in app.log()]
         self.assertEqual([step.group() for step in steps if step],
                          ["Could not find Doriq", "[Languages] Damaged catalog", "VideoPlayerThread] created"])
+        self.assertEqual(app.close(), 0)
 
     def test_the_defaults_are_there_before_the_detection_library(self):
         library = os.path.join(driver.options.tools, "..", "lib", "tests", "fake_doriq.so")
