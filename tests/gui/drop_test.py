@@ -37,8 +37,9 @@ class Drop(menus.MenuTest):
         program = os.path.join(driver.options.tools, "drag_source")
         words = os.path.join(self.folder, "drag_source.txt")
         with open(words, "wb") as output:
-            process = subprocess.Popen([program] + list(paths), env=self.screen.env, stdout=output,
-                                       stderr=subprocess.DEVNULL)
+            # It reads the names by its locale, and is not what is looked at.
+            process = subprocess.Popen([program] + list(paths), env=dict(self.screen.env, LC_ALL="C.UTF-8"),
+                                       stdout=output, stderr=subprocess.DEVNULL)
 
         def end():
             process.kill()

@@ -62,14 +62,14 @@ class MenuTest(driver.GuiTest):
         self.screen.xdotool("mousemove", x, y)
         self.screen.xdotool("click", 1)
 
-    def new_popup(self, before):
+    def new_popup(self, before, limit=driver.LIMIT):
         def find():
             for window in self.popups() - before:
                 place = self.place(window)
                 if place[2] > 20 and place[3] > 20:
                     return window, place
             return None
-        return driver.wait_until(find, "a menu")
+        return driver.wait_until(find, "a menu", limit)
 
     def row_point(self, place, rows, label):
         x, y, width, height = place
@@ -80,9 +80,17 @@ class MenuTest(driver.GuiTest):
         app.main_window()
         self.screen.xdotool("windowfocus", "--sync", app.main_window())
         x, y, _, _ = self.place(app.main_window())
-        before = self.popups()
-        self.click_at(x + MENU_LEFT[menu], y + MENU_MIDDLE)
-        _, place = self.new_popup(before)
+
+        def first():
+            before = self.popups()
+            self.click_at(x + MENU_LEFT[menu], y + MENU_MIDDLE)
+            try:
+                return self.new_popup(before, 5)
+            except driver.Timeout:
+                # A window that has just come to the front may miss a click.
+                self.screen.xdotool("key", "Escape")
+                return None
+        _, place = driver.wait_until(first, "the menu %r" % menu)
         for rows, label in path:
             before = self.popups()
             # A sub-menu opens under the pointer; a click would close it again.

@@ -3,6 +3,7 @@
 import glob
 import os
 import re
+import shlex
 import shutil
 import subprocess
 
@@ -140,7 +141,8 @@ class Start(menus.MenuTest):
     def start_in_locale(self, locale, path, home):
         wrapper = os.path.join(home, "start")
         with open(wrapper, "w", encoding="utf-8") as file:
-            file.write("#!/bin/sh\nexec env LC_ALL=%s %s --video '%s'\n" % (locale, driver.options.program, path))
+            file.write("#!/bin/sh\nexec env LC_ALL=%s %s --video %s\n"
+                       % (locale, shlex.quote(driver.options.program), shlex.quote(path)))
         os.chmod(wrapper, 0o755)
         return self.start_program(wrapper, home=home)
 
