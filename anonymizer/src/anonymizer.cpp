@@ -91,7 +91,8 @@ void Anonymizer::stopBySignal(int signal) {
 
 int Anonymizer::OnRun() {
     const int exitCode = wxApp::OnRun();
-    // A window that had to close leaves a detection at work, which uses what the libraries would clean up now.
+    // A window that had to close leaves a detection at work, which uses what the libraries would clean up
+    // now.
     if (!workerend::wait(kWorkersEnd))
         std::_Exit(exitCode);
     return exitCode;

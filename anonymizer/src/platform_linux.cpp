@@ -152,8 +152,8 @@ void prepareProcess() {
 void setTextEncoding() {
     std::setlocale(LC_CTYPE, "C.UTF-8");
     std::setlocale(LC_NUMERIC, "C");
-    // The library would lose names that are no UTF-8, or take them for another encoding. Never destroyed, since
-    // threads may be later than static objects.
+    // The library would lose names that are no UTF-8, or take them for another encoding. Never destroyed,
+    // since threads may be later than static objects.
     static wxMBConv& names = *new wxMBConvUTF8(fileNameEncoding());
     wxConvFileName = &names;
 }

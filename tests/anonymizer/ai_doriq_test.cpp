@@ -153,10 +153,9 @@ TEST_F(AiDoriq, FilesThatAreNoLibrariesAreToldOnceEachWithTheReason) {
     test::writeFile(folder.path() + "/Doriq.dll", "MZ");
     ai::init();
     EXPECT_FALSE(ai::available());
-    EXPECT_THAT(log.lines(wxLOG_Message),
-                ElementsAre("[AI] Error while loading Doriq.dll",
-                            MatchesRegex(".AI. Doriq.dll: .*/Doriq.dll: .+"),
-                            MatchesRegex(".AI. Doriq.so: .*/Doriq.so: .+")));
+    EXPECT_THAT(log.lines(wxLOG_Message), ElementsAre("[AI] Error while loading Doriq.dll",
+                                                      MatchesRegex(".AI. Doriq.dll: .*/Doriq.dll: .+"),
+                                                      MatchesRegex(".AI. Doriq.so: .*/Doriq.so: .+")));
     EXPECT_THAT(log.lines(), SizeIs(3)) << "no error line, which would be a box without a log file";
 }
 

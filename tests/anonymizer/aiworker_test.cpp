@@ -427,9 +427,9 @@ TEST_F(AiWorkerPass, FramesThatCannotBeConvertedAreReportedAsFailed) {
     EXPECT_EQ(storedCount(), 0u);
     EXPECT_EQ(detectionCalls(), 0u);
     const auto count = static_cast<int32_t>(source.frameCount);
-    EXPECT_THAT(progress.calls, ElementsAre(Field(&ProgressCall::kind, ProgressCall::kStart),
-                                            update(0, "Detecting"), speed(0), speed(100), speed(200),
-                                            update(count, "Cleaning up"), finish()))
+    EXPECT_THAT(progress.calls,
+                ElementsAre(Field(&ProgressCall::kind, ProgressCall::kStart), update(0, "Detecting"),
+                            speed(0), speed(100), speed(200), update(count, "Cleaning up"), finish()))
         << "they count like the others";
 }
 

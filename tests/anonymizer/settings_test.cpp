@@ -320,8 +320,7 @@ TEST_F(Settings, CommentsAndForeignKeysAreKept) {
     settings::writeInt("lang", 2);
     settings::writeInt("preblursec", 3);
     EXPECT_EQ(settings::readInt("preblursec"), 3);
-    EXPECT_EQ(ini(),
-              "# mine\n; too\ncolour=blue\nlang=2\nwindow_2-x.y=5\npreblursec=3\n[other]\nlang=7\n");
+    EXPECT_EQ(ini(), "# mine\n; too\ncolour=blue\nlang=2\nwindow_2-x.y=5\npreblursec=3\n[other]\nlang=7\n");
 }
 
 TEST_F(Settings, KeysThatTheLibraryDoesNotKnowAreDamagedLines) {

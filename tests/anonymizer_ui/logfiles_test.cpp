@@ -146,9 +146,9 @@ TEST_F(LogPruning, AFileWhoseNameIsNoTextIsPrunedLikeTheOthers) {
     for (const std::string& file : odd)
         EXPECT_FALSE(exists(file));
     EXPECT_EQ(countLogs(), 10);
-    EXPECT_THAT(log_.lines(), testing::UnorderedElementsAre(
-                                  "Deleted old log file: " + folder_.file("run?????.log"),
-                                  "Deleted old log file: " + folder_.file("run????.log")));
+    EXPECT_THAT(log_.lines(),
+                testing::UnorderedElementsAre("Deleted old log file: " + folder_.file("run?????.log"),
+                                              "Deleted old log file: " + folder_.file("run????.log")));
 }
 
 TEST_F(LogPruning, AFileThatCannotBeRemovedIsToldAndDoesNotStopTheOthers) {

@@ -20,8 +20,8 @@ void runPending();
 /// Called with the application's top window whenever anybody asks for that; empty unless a test sets it.
 extern std::function<void(const wxWindow* top)> whenTheTopWindowIsAskedFor;
 
-/// Answers every modal dialog while it lives instead of showing it, and remembers what it said. A box with the
-/// caption "Error" that lacks the error's icon is a failure.
+/// Answers every modal dialog while it lives instead of showing it, and remembers what it said. A box with
+/// the caption "Error" that lacks the error's icon is a failure.
 class DialogAnswers : public wxModalDialogHook {
 public:
     /// Message boxes get OK, or `answer`; file dialogs are cancelled unless a file is given.

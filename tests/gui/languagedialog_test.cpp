@@ -36,7 +36,8 @@ protected:
     }
     static std::string config() { return settings::configPath().utf8_string(); }
 
-    /// Shows the dialog; the user chooses `name`, or cancels when it is empty, or answers so without a choice.
+    /// Shows the dialog; the user chooses `name`, or cancels when it is empty, or answers so without a
+    /// choice.
     void choose(const std::string& name, int withoutChoice = wxID_CANCEL) {
         test::DialogAnswers answers;
         answers.onOther([&](wxDialog* dialog) {

@@ -90,9 +90,8 @@ TEST_F(MainFrameExport, AFileThatTheAddedEndingMeetsIsReplacedOnlyWhenTheUserAgr
         test::DialogAnswers no(wxID_NO);
         no.chooseFile(wxString::FromUTF8(folder_.file("out")), 0);
         command(commands::kExport);
-        EXPECT_THAT(no.boxes,
-                    testing::ElementsAre("Export video file: The file " + folder_.file("out.mp4") +
-                                         " already exists. Do you want to replace it?"));
+        EXPECT_THAT(no.boxes, testing::ElementsAre("Export video file: The file " + folder_.file("out.mp4") +
+                                                   " already exists. Do you want to replace it?"));
         EXPECT_THAT(no.boxStyles, testing::ElementsAre(wxYES_NO | wxNO_DEFAULT | wxICON_WARNING));
     }
     EXPECT_FALSE(frame_->refusesVideos());

@@ -195,8 +195,7 @@ TEST_F(MainFrameLayout, AMessageInAWindowWithoutARealSizeIsFittedWhenItHasOne) {
     frame_->Show();
     EXPECT_TRUE(test::runUntil([&] {
         const auto* text = childOf<wxStaticText>(*barWindows().at(0));
-        return text->GetLabelText().Contains("\n") &&
-               text->GetRect().GetRight() <= frame_->GetClientSize().x;
+        return text->GetLabelText().Contains("\n") && text->GetRect().GetRight() <= frame_->GetClientSize().x;
     }));
 }
 
