@@ -128,21 +128,6 @@ TEST_F(AiWorkerPass, ReportsEveryStepInOrder) {
     EXPECT_EQ(folder.fakeCalls().back(), "destroy");
 }
 
-TEST_F(AiWorkerPass, EndsWithItsProgressWhereNobodyWantsToHearOfIt) {
-    install("");
-    std::promise<void> finished;
-    progress.onCall = [&finished](const ProgressCall& call) {
-        if (call.kind == ProgressCall::kFinish)
-            finished.set_value();
-    };
-    auto* worker = new AiWorker(source, &progress); // deletes itself
-    worker->setOverrides(noPreblur());
-    ASSERT_EQ(worker->Run(), wxTHREAD_NO_ERROR);
-    test::waitFor(finished.get_future());
-    workerend::wait(std::chrono::seconds(10));
-    EXPECT_EQ(folder.fakeCalls().back(), "destroy");
-}
-
 TEST_F(AiWorkerPass, WithoutPreblurThereIsNoPostProcessing) {
     install("hit 50 10 10 60 60 0.5 0\n");
     test::runPass(source, progress, noPreblur());
@@ -446,6 +431,7 @@ TEST_F(AiWorkerPass, NeedsNeitherCallbackNorReport) {
     test::waitFor(finished.get_future());
     EXPECT_TRUE(workerend::wait(test::kPatience));
     EXPECT_EQ(storedCount(), 1u);
+    EXPECT_EQ(folder.fakeCalls().back(), "destroy");
 }
 
 TEST_F(AiWorkerPass, ADescriptionOfNothingIsSurvived) {
