@@ -78,6 +78,7 @@ void Tips::onButton(wxMouseEvent& event) {
 }
 
 void Tips::onDestroy(wxWindowDestroyEvent& event) {
+    // A tip of this version of the library has set the pointer to null before.
     if (event.GetEventObject() == window_)
         window_ = nullptr;
     event.Skip();

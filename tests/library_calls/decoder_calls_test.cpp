@@ -420,6 +420,12 @@ TEST_F(DecoderCalls, AfterALostPacketNothingComesUntilASeekSucceeds) {
              return AVERROR_EXIT;
          },
          ""},
+        // Asked to end, which is nobody's fault.
+        {[&](AVFormatContext* format, AVPacket* packet) {
+             lose(format, packet);
+             return format->pb->error = AVERROR_EXIT;
+         },
+         ""},
         // The end of a file that is longer when it is read again.
         {[&](AVFormatContext* format, AVPacket* packet) {
              lose(format, packet);
