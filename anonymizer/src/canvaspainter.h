@@ -24,9 +24,9 @@ public:
         /// False: the blur store was held, and what was known of the frame's blurs has been drawn instead.
         /// Paint again a little later.
         bool blursCurrent = true;
-        /// False: there is a picture and the driver refused a texture for it (not tried again before a picture
-        /// of another size comes or `forgetPicture`), or there is no memory (tried again with the next
-        /// picture). Logged once.
+        /// False: there is a picture and the driver refused a texture for it (not tried again before a
+        /// picture of another size comes or `forgetPicture`), or there is no memory (tried again with the
+        /// next picture). Logged once.
         bool pictureShown = true;
     };
 

@@ -152,8 +152,8 @@ void applyLanguage(const Entry& entry) {
     replaceTranslations(appresources::languagesFolder());
     replaceLocale(current);
     const wxLanguageInfo* language = languageInfo(current);
-    // Known, since it stands in the table. Left to itself the library takes the first of the user's preferred languages instead, as in a German
-    // system with LANGUAGE=en, where "Deutsch" could never be had.
+    // Known, since it stands in the table. Left to itself the library takes the first of the user's preferred
+    // languages instead, as in a German system with LANGUAGE=en, where "Deutsch" could never be had.
     if (current == wxLANGUAGE_DEFAULT && language)
         wxTranslations::Get()->SetLanguage(language->CanonicalName);
     wxLocale::AddCatalogLookupPathPrefix(appresources::languagesFolder());

@@ -323,7 +323,8 @@ TEST(Encoder, APictureOfAnotherSizeIsScaledAndNotCut) {
         pxl::Image image(factor * settings.width, factor * settings.height);
         for (int y = 0; y < image.height; ++y)
             for (int x = 0; x < image.width; ++x) {
-                const uint32_t level = 60u + (2 * x >= image.width ? 40 : 0) + (2 * y >= image.height ? 80 : 0);
+                const uint32_t level =
+                    60u + (2 * x >= image.width ? 40 : 0) + (2 * y >= image.height ? 80 : 0);
                 image.pixels[y * image.width + x] = 0xFF000000u | level * 0x010101u;
             }
         encoder.encode(std::make_shared<Picture>(std::move(image)));
@@ -337,7 +338,8 @@ TEST(Encoder, APictureOfAnotherSizeIsScaledAndNotCut) {
         for (const std::size_t right : {0u, 1u})
             for (const std::size_t lower : {0u, 1u}) {
                 const std::size_t row = frame * height + height / 4 + lower * height / 2;
-                EXPECT_NEAR(pictures[row * width + width / 4 + right * width / 2], 60 + 40 * right + 80 * lower, 4)
+                EXPECT_NEAR(pictures[row * width + width / 4 + right * width / 2],
+                            60 + 40 * right + 80 * lower, 4)
                     << frame;
             }
 }

@@ -314,7 +314,7 @@ TEST_F(EncoderCalls, WithoutMemoryForOneOfItsObjectsConstructionFails) {
                                                        const char*) { return AVERROR(ENOMEM); };
     expectConstructionFails(video::kCodecH264, line);
     libraryHooks() = {};
-    libraryHooks().av_buffer_pool_init = [](std::size_t, AVBufferRef * (*)(std::size_t)) -> AVBufferPool* {
+    libraryHooks().av_buffer_pool_init = [](std::size_t, AVBufferRef* (*)(std::size_t)) -> AVBufferPool* {
         return nullptr;
     };
     expectConstructionFails(video::kCodecH264, line);
@@ -389,8 +389,10 @@ TEST_F(EncoderCalls, AnEncoderThatCannotBeEndedIsTold) {
 TEST_F(EncoderCalls, TheFileIsToBlameOnlyForTheFirstFailure) {
     for (const bool encoderFailsFirst : {false, true}) {
         Encoder_ffmpeg encoder(settings("clip.mp4", video::kCodecMpeg4));
-        libraryHooks().avcodec_send_frame = [encoderFailsFirst](AVCodecContext* context, const AVFrame* frame) {
-            return frame && encoderFailsFirst ? AVERROR(ENOMEM) : test::real::avcodec_send_frame(context, frame);
+        libraryHooks().avcodec_send_frame = [encoderFailsFirst](AVCodecContext* context,
+                                                                const AVFrame* frame) {
+            return frame && encoderFailsFirst ? AVERROR(ENOMEM)
+                                              : test::real::avcodec_send_frame(context, frame);
         };
         libraryHooks().av_write_trailer = [](AVFormatContext* context) {
             test::real::av_write_trailer(context);

@@ -55,8 +55,11 @@ WRAP(int, av_seek_frame, (AVFormatContext * format, int stream, int64_t timestam
 WRAP(AVCodecContext*, avcodec_alloc_context3, (const AVCodec* codec), (codec))
 WRAP(int, avcodec_receive_packet, (AVCodecContext * context, AVPacket* packet), (context, packet))
 WRAP(AVFormatContext*, avformat_alloc_context, (void), ())
-WRAP(int, avformat_alloc_output_context2, (AVFormatContext * *context, const AVOutputFormat* format, const char* name, const char* file), (context, format, name, file))
-WRAP(AVBufferPool*, av_buffer_pool_init, (std::size_t size, AVBufferRef* (*allocate)(std::size_t size)), (size, allocate))
+WRAP(int, avformat_alloc_output_context2,
+     (AVFormatContext * *context, const AVOutputFormat* format, const char* name, const char* file),
+     (context, format, name, file))
+WRAP(AVBufferPool*, av_buffer_pool_init, (std::size_t size, AVBufferRef* (*allocate)(std::size_t size)),
+     (size, allocate))
 WRAP(AVFrame*, av_frame_alloc, (void), ())
 WRAP(AVPacket*, av_packet_alloc, (void), ())
 WRAP(int, av_write_trailer, (AVFormatContext * context), (context))
@@ -98,7 +101,8 @@ decltype(&::av_seek_frame) const av_seek_frame = __real_av_seek_frame;
 decltype(&::avcodec_alloc_context3) const avcodec_alloc_context3 = __real_avcodec_alloc_context3;
 decltype(&::avcodec_receive_packet) const avcodec_receive_packet = __real_avcodec_receive_packet;
 decltype(&::avformat_alloc_context) const avformat_alloc_context = __real_avformat_alloc_context;
-decltype(&::avformat_alloc_output_context2) const avformat_alloc_output_context2 = __real_avformat_alloc_output_context2;
+decltype(&::avformat_alloc_output_context2) const avformat_alloc_output_context2 =
+    __real_avformat_alloc_output_context2;
 decltype(&::av_buffer_pool_init) const av_buffer_pool_init = __real_av_buffer_pool_init;
 decltype(&::av_frame_alloc) const av_frame_alloc = __real_av_frame_alloc;
 decltype(&::av_packet_alloc) const av_packet_alloc = __real_av_packet_alloc;
