@@ -70,11 +70,15 @@ void Tips::onButton(wxMouseEvent& event) {
     const auto* view = wxStaticCast(event.GetEventObject(), wxWindow);
     const wxPoint position = canvas_->ScreenToClient(view->ClientToScreen(event.GetPosition()));
     close();
-    // At once: queued, a quick release would come first.
     wxMouseEvent passedOn(event);
     passedOn.SetPosition(position);
     passedOn.SetEventObject(canvas_);
-    canvas_->GetEventHandler()->ProcessEvent(passedOn);
+    // The library queues a press beside the tip, for the window that it finds there: a release must not
+    // overtake it.
+    if (event.LeftUp())
+        canvas_->GetEventHandler()->AddPendingEvent(passedOn);
+    else
+        canvas_->GetEventHandler()->ProcessEvent(passedOn);
 }
 
 void Tips::onDestroy(wxWindowDestroyEvent& event) {

@@ -45,6 +45,17 @@ class Canvas(driver.GuiTest):
         app.wait_log(r"\[VideoPlayer\] stop")
         self.assertNotIn("failed in", app.console())
 
+    def test_quick_clicks_reach_the_button_below_its_tool_tip(self):
+        app = self.open("plain.mp4")
+        app.wait_number(1)
+        windows = len(self.screen.windows())
+        app.move(*app.play_button())
+        for line in (r"\[VideoPlayer\] play 25fps", r"\[VideoPlayer\] stop"):
+            driver.wait_until(lambda: len(self.screen.windows()) > windows, "the tool tip")
+            self.screen.xdotool("click", "--delay", 0, 1)
+            app.wait_log(line)
+            driver.wait_until(lambda: len(self.screen.windows()) == windows, "the tool tip to close")
+
     def test_window_closes_with_a_tool_tip_open(self):
         app = self.open("plain.mp4")
         app.wait_number(1)
