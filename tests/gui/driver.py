@@ -106,7 +106,11 @@ class Screen:
     def close(self):
         for process in (self.manager, self.server):
             process.terminate()
-            process.wait()
+            try:
+                process.wait(10)
+            except subprocess.TimeoutExpired:
+                process.kill()
+                process.wait()
 
     def output(self, *command):
         return subprocess.run(command, env=self.env, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
